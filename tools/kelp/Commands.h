@@ -1,0 +1,28 @@
+// The tool's subcommands. Each returns the process exit status:
+// 0 success, 1 a reader or writer returned false, 2 a usage error.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace KelpTool {
+
+enum ExitStatus { kSuccess = 0, kFileFailed = 1, kUsageError = 2 };
+
+struct InfoOptions {
+    std::vector<std::string> files;
+    std::string format;  // empty: by extension
+    bool json = false;
+    bool quiet = false;
+};
+
+struct ConvertOptions {
+    std::string input, output;
+    std::string format;  // of the input; empty: by extension
+    bool quiet = false;
+};
+
+int runInfo(const InfoOptions& options);
+int runConvert(const ConvertOptions& options);
+
+}  // namespace KelpTool

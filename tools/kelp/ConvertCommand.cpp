@@ -1,0 +1,72 @@
+#include "Commands.h"
+#include "FormatTable.h"
+#include "Loading.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace KelpTool {
+
+namespace {
+// No reader sets the mesh owner's face total; the STL header takes it, so it
+// is set to the number of faces that will be written (deleted ones skipped).
+void recordWrittenFaceCount(KelpCore::KelpTriMesh& mesh) {
+    std::uint32_t kept = 0;
+    for (std::uint32_t i = 0; i < mesh.faceCount; ++i)
+        if ((mesh.faceFlags[i] & 1u) == 0) ++kept;
+    mesh.recordedFaceCount = kept;
+}
+
+bool write(const Format& target, const std::string& path, Loaded& loaded) {
+    if (target.container == Container::Points) return target.writePoints(path.c_str(), loaded.isMesh() ? &loaded.mesh : &loaded.points);
+    if (loaded.isMesh()) {
+        if (target.name == "stl") recordWrittenFaceCount(loaded.mesh);
+        return target.writeMesh(path.c_str(), &loaded.mesh);
+    }
+    // A point cloud written as a mesh: its points only, no faces.
+    KelpCore::KelpTriMesh points;
+    points.vertexCount = loaded.points.vertexCount;
+    points.vertices = loaded.points.vertices;
+    points.vertexFlags = loaded.points.vertexFlags;
+    return target.writeMesh(path.c_str(), &points);
+}
+}  // namespace
+
+int runConvert(const ConvertOptions& options) {
+    const Format* source = options.format.empty() ? formatForPath(options.input) : formatByName(options.format);
+    if (!source) {
+        std::fprintf(stderr, "kelp: cannot tell the format of %s; use --format (one of: %s)\n", options.input.c_str(),
+                     formatNames().c_str());
+        return kUsageError;
+    }
+    const Format* target = formatForPath(options.output);
+    if (!target || (!target->writeMesh && !target->writePoints)) {
+        std::fprintf(stderr, "kelp: cannot write %s: writable formats are stl, obj and asc\n", options.output.c_str());
+        return kUsageError;
+    }
+    if (source->container == Container::Points && target->name == "stl") {
+        std::fprintf(stderr, "kelp: %s is a point cloud; STL holds triangles only, so it is not converted\n",
+                     options.input.c_str());
+        return kUsageError;
+    }
+
+    auto loaded = std::make_unique<Loaded>();
+    load(options.input, *source, *loaded);
+    if (!loaded->ok) {
+        std::fprintf(stderr, "kelp: the %s reader failed on %s\n", source->name.c_str(), options.input.c_str());
+        return kFileFailed;
+    }
+    if (!write(*target, options.output, *loaded)) {
+        std::fprintf(stderr, "kelp: the %s writer failed on %s\n", target->name.c_str(), options.output.c_str());
+        return kFileFailed;
+    }
+    if (!options.quiet) {
+        const Summary s = loaded->summary(options.input);
+        std::printf("converted %s (%s, %u vertices", options.input.c_str(), source->name.c_str(), s.vertices);
+        if (s.isMesh) std::printf(", %u faces", s.faces);
+        std::printf(") to %s (%s)\n", options.output.c_str(), target->name.c_str());
+    }
+    return kSuccess;
+}
+
+}  // namespace KelpTool
