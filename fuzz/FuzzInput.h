@@ -1,0 +1,17 @@
+// Shared by the fuzz targets: the readers take paths, so every input is
+// written to a private temporary file first.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace KelpFuzz {
+
+// A directory of this process's own, created on first use.
+const std::string& privateDir();
+
+// Writes the bytes to `name` inside the private directory; returns the path.
+std::string writeInput(const std::string& name, const std::uint8_t* data, std::size_t size);
+
+}  // namespace KelpFuzz
