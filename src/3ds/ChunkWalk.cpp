@@ -286,8 +286,8 @@ private:
 
 }  // namespace
 
-bool readChunks(std::FILE* file, KelpCore::KelpTriMesh& mesh, Scene3ds& scene) {
-    ChunkSource source(file);
+bool readChunks(std::FILE* file, KelpCore::KelpTriMesh& mesh, Scene3ds& scene, std::size_t blockSize) {
+    ChunkSource source(file, blockSize);
     return ChunkWalker(source, mesh, scene).walkFile();
 }
 

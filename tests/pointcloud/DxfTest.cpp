@@ -225,7 +225,9 @@ TEST_F(DxfRead, RandomWordsReadAsTheStdioLoop) {
         KelpPointSet points;
         ASSERT_EQ(KelpGraphic::KelpReadDxf(path.c_str(), &points), expectedResult) << text;
         ASSERT_EQ(points.vertices.size(), expected.size()) << text;
-        ASSERT_EQ(std::memcmp(points.vertices.data(), expected.data(), expected.size() * sizeof(Vec3f)), 0) << text;
+        if (!expected.empty()) {
+            ASSERT_EQ(std::memcmp(points.vertices.data(), expected.data(), expected.size() * sizeof(Vec3f)), 0) << text;
+        }
         std::setlocale(LC_ALL, "C");
     }
 }
