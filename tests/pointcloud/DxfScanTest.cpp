@@ -11,6 +11,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -68,15 +69,25 @@ TEST(DxfScanFloat, PartialNumbersAsTheStdioScan) {
     }
 }
 
+// The locales the scans run under: "C", and the reader's where it exists.
+std::vector<const char*> scanLocales() {
+    std::vector<const char*> names = {"C"};
+    if (KelpTest::readerLocaleExists()) names.push_back(KelpTest::kReaderLocale);
+    return names;
+}
+
 TEST(DxfScanFloat, RandomTextAsTheStdioScan) {
     KelpTest::LocaleGuard locale;
-    std::mt19937 random(20261121);
-    const std::string alphabet = "0123456789.eE+-xXpPnNaAiIfFtTyY \n(";
-    for (int round = 0; round < 20000; ++round) {
-        std::string text;
-        const int length = static_cast<int>(random() % 12);
-        for (int i = 0; i < length; ++i) text.push_back(alphabet[random() % alphabet.size()]);
-        expectSameScan(text);
+    const std::string alphabet = "0123456789.eE+-xXpPnNaAiIfFtTyY \n(\xa0\x85";
+    for (const char* name : scanLocales()) {
+        std::setlocale(LC_ALL, name);
+        std::mt19937 random(20261121);
+        for (int round = 0; round < 20000; ++round) {
+            std::string text;
+            const int length = static_cast<int>(random() % 12);
+            for (int i = 0; i < length; ++i) text.push_back(alphabet[random() % alphabet.size()]);
+            expectSameScan(text);
+        }
     }
 }
 
@@ -86,6 +97,7 @@ TEST(DxfScanWord, WordsAsTheStdioScan) {
     KelpTest::LocaleGuard locale;
     std::mt19937 random(7);
     for (int round = 0; round < 200; ++round) {
+        std::setlocale(LC_ALL, scanLocales()[static_cast<std::size_t>(round) % scanLocales().size()]);
         std::string text;
         while (text.size() < 2000) {
             const unsigned pick = random() % 10;
