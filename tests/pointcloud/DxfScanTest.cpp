@@ -128,28 +128,4 @@ TEST(DxfScanWord, WordsAsTheStdioScan) {
     }
 }
 
-TEST(DxfScanWord, LongWordsComeInPiecesOfTheLimit) {
-    const std::string text = std::string(250, 'x') + "POINT" + " " + std::string(501, 'y');
-    DxfScanner scan(text.data(), text.data() + text.size());
-    std::string_view word;
-    ASSERT_TRUE(scan.nextWord(word));
-    EXPECT_EQ(word, std::string(250, 'x'));
-    ASSERT_TRUE(scan.nextWord(word));
-    EXPECT_EQ(word, "POINT");
-    for (std::size_t piece : {250u, 250u, 1u}) {
-        ASSERT_TRUE(scan.nextWord(word));
-        EXPECT_EQ(word.size(), piece);
-    }
-    EXPECT_FALSE(scan.nextWord(word));
-}
-
-TEST(DxfScanWord, ComparisonStopsAtAZeroByte) {
-    using namespace std::string_view_literals;
-    EXPECT_TRUE(DxfScanner::wordIs("POINT\0xyz"sv, "POINT"));
-    EXPECT_TRUE(DxfScanner::wordIs("0"sv, "0"));
-    EXPECT_FALSE(DxfScanner::wordIs("00"sv, "0"));
-    EXPECT_FALSE(DxfScanner::wordIs("point"sv, "POINT"));
-    EXPECT_FALSE(DxfScanner::wordIs("\0POINT"sv, "POINT"));
-}
-
 }  // namespace
