@@ -16,6 +16,31 @@ namespace KelpGraphic {
 
 using KelpPointCloud::DxfScanner;
 
+namespace {
+// The words after "POINT" up to the "0" that ends it. Any word "0" ends the
+// point, a layer value "0" before the coordinates included: the point then
+// repeats the coordinates of the one before, and its own are passed over by
+// the entity scan. False when the file ends first (nothing is appended).
+bool readPoint(DxfScanner& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud) {
+    std::string_view word;
+    while (scan.nextWord(word)) {
+        if (DxfScanner::wordIs(word, "0")) {
+            cloud.addVertex({xyz[0], xyz[1], xyz[2]});
+            return true;
+        }
+        // A value that is no number leaves the coordinate as it was and
+        // stays to be read as the next word.
+        if (DxfScanner::wordIs(word, "10"))
+            scan.scanFloat(xyz[0]);
+        else if (DxfScanner::wordIs(word, "20"))
+            scan.scanFloat(xyz[1]);
+        else if (DxfScanner::wordIs(word, "30"))
+            scan.scanFloat(xyz[2]);
+    }
+    return false;
+}
+}  // namespace
+
 bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     KelpFrame::switchToReaderLocale();
     // A file that cannot be opened fails like one with a wrong header: false,
@@ -41,24 +66,8 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     // Kept across points: a point without a "20" takes the y of the one before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
-    bool more = true;
-    while (more && (more = scan.nextWord(word)) && !DxfScanner::wordIs(word, "ENDSEC")) {
-        if (!DxfScanner::wordIs(word, "POINT")) continue;
-        while ((more = scan.nextWord(word))) {
-            // Any word "0" ends the point, a layer value "0" before the
-            // coordinates included: the point then repeats the coordinates of
-            // the one before and its own are passed over.
-            if (DxfScanner::wordIs(word, "0")) {
-                cloud->addVertex({xyz[0], xyz[1], xyz[2]});
-                break;
-            }
-            if (DxfScanner::wordIs(word, "10"))
-                scan.scanFloat(xyz[0]);
-            else if (DxfScanner::wordIs(word, "20"))
-                scan.scanFloat(xyz[1]);
-            else if (DxfScanner::wordIs(word, "30"))
-                scan.scanFloat(xyz[2]);
-        }
+    while (scan.nextWord(word) && !DxfScanner::wordIs(word, "ENDSEC")) {
+        if (DxfScanner::wordIs(word, "POINT") && !readPoint(scan, xyz, *cloud)) break;
     }
     file.reset();
     KelpFrame::switchToCLocale();
