@@ -17,4 +17,17 @@ KELP_FILEIO_API bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud
 // Writes every position as "%f %f %f \n"; false only when the file cannot be created.
 KELP_FILEIO_API bool KelpWriteAsc(const char* path, KelpCore::KelpPointSet* cloud);
 
+// ASCII DXF: appends the POINT entities found after "ENTITIES" to `cloud`.
+// False when the file cannot be opened, does not start with "0", "SECTION",
+// "2", or has no "ENTITIES" word; on those two format failures the process
+// locale is left at "Chinese-simplified".
+KELP_FILEIO_API bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud);
+
+// 3DS chunk files: appends the vertices and triangles of every object to
+// `mesh`, with face indices as stored (not offset across objects). False when
+// the file cannot be opened, does not start with a main chunk, is cut short or
+// holds a colour or percentage of an unknown kind; what was appended before the
+// failure stays.
+KELP_FILEIO_API bool KelpRead3ds(const char* path, KelpCore::KelpTriMesh* mesh);
+
 }  // namespace KelpGraphic

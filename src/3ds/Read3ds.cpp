@@ -1,0 +1,20 @@
+// KelpRead3ds: the locale switch and file handling around the chunk walk.
+#include <KelpFileIO.h>
+
+#include "3ds/Scene3ds.h"
+#include "frame/ReaderLocale.h"
+#include "io/FileHandle.h"
+
+namespace KelpGraphic {
+
+bool KelpRead3ds(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpFrame::switchToReaderLocale();
+    // The records of materials, lights and cameras live for this call only.
+    Kelp3ds::Scene3ds scene;
+    bool result = false;
+    if (KelpIo::FileHandle file = KelpIo::openFile(path, "rb")) result = Kelp3ds::readChunks(file.get(), *mesh, scene);
+    KelpFrame::switchToCLocale();
+    return result;
+}
+
+}  // namespace KelpGraphic
