@@ -46,6 +46,9 @@ void parseFaceLine(const ObjStream& stream, const char* line, std::size_t length
     corners.vertices.clear();
     corners.texCoords.clear();
     std::size_t offset = 0;
+    // The offset can land one byte past a full 2047-byte line (a word that
+    // ends at the last byte, reached with no blank before it); past the
+    // stored bytes there is nothing more to read.
     while (offset < length) {
         // sscanf(line + offset, "%s", corner): a C string, so a zero byte ends it.
         std::size_t p = offset;

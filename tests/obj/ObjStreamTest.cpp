@@ -1,0 +1,132 @@
+// The scanner against glibc itself: every case runs through fscanf / fgets /
+// sscanf on a real FILE and through ObjStream, and both must agree on the
+// result, the value's bits, the bytes consumed and the end-of-file flag.
+#include "obj/ObjStream.h"
+
+#include "support/LocaleGuard.h"
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+
+namespace {
+
+std::FILE* fileWith(const std::string& text) {
+    std::FILE* file = std::tmpfile();
+    std::fwrite(text.data(), 1, text.size(), file);
+    std::rewind(file);
+    return file;
+}
+
+std::uint32_t bits(float f) {
+    std::uint32_t b;
+    std::memcpy(&b, &f, sizeof b);
+    return b;
+}
+
+void expectFloatAgrees(const std::string& text) {
+    std::FILE* file = fileWith(text);
+    float expected = 42.0f;
+    const int converted = std::fscanf(file, "%f", &expected);
+    const long consumed = std::ftell(file);
+    const bool eof = std::feof(file) != 0;
+    std::fclose(file);
+
+    KelpObj::ObjStream stream(text.data(), text.data() + text.size());
+    float actual = 42.0f;
+    const bool ok = stream.readFloat(actual);
+    SCOPED_TRACE("input \"" + text + "\"");
+    EXPECT_EQ(ok, converted == 1);
+    EXPECT_EQ(bits(actual), bits(expected)) << actual << " vs " << expected;
+    EXPECT_EQ(stream.offset(), static_cast<std::size_t>(consumed));
+    EXPECT_EQ(stream.eof(), eof);
+}
+
+TEST(ObjStream, FloatSpellingsAgreeWithFscanf) {
+    KelpTest::LocaleGuard guard;
+    const char* cases[] = {
+        "1e", "1e ", "1e+", "1e+ x", "1e+5", "+.5", "-", "- 3", ".", ".e5", "nan", "NaN x", "nan(12)", "na1",
+        "inf", "infinity", "infin", "infx", "-inf", "+inf", "-nan", "0x1p3", "0x", "0x ", "0xg", "0x.8", "0x1p",
+        "0x1p+", "0x.", "-0x.", "-0x", "0xp1", "0x1e5", "0X1P-2", "1.5.5", "1,5", "00.5e-2z", "1e400", "-1e400",
+        "1e-50", "1.4e-45", "3.4028236e38", "+", "+-1", "e5", "  \n 7", "", "   ", "1e5e5", "12abc", "1.",
+        "-.", "-.e", "i", "n", "0", "0\n", "00x1", "1e+-5", "5e.5", "0.1", "123456789012345678901234567890",
+        "0.000000000000000000000000000000000000000000001", "\v5", "\x01", "1.e5", "-0",
+    };
+    for (const char* text : cases) expectFloatAgrees(text);
+    expectFloatAgrees(std::string("1\0" "5", 3));
+    expectFloatAgrees(std::string("\0" "5", 2));
+}
+
+TEST(ObjStream, RandomNumberTextAgreesWithFscanf) {
+    KelpTest::LocaleGuard guard;
+    const std::string alphabet = "0123456789.eE+-xXpPnNaAiIfFtTyY \n\t/#";
+    std::mt19937 random(1234);
+    for (int i = 0; i < 3000; ++i) {
+        std::string text;
+        const int length = static_cast<int>(random() % 9);
+        for (int k = 0; k < length; ++k) text.push_back(alphabet[random() % alphabet.size()]);
+        expectFloatAgrees(text);
+    }
+}
+
+TEST(ObjStream, WordsAndLinesAgreeWithStdio) {
+    const std::string text = std::string("  alpha\tbe\0ta\n\n", 15) + std::string(3000, 'x') + "\nlast";
+    std::FILE* file = fileWith(text);
+    KelpObj::ObjStream stream(text.data(), text.data() + text.size());
+    // %s, fgets with a short buffer, %s, fgets: every step must match.
+    char word[4096];
+    const char* b;
+    const char* e;
+    ASSERT_EQ(std::fscanf(file, "%4095s", word), 1);
+    ASSERT_TRUE(stream.readWord(b, e));
+    EXPECT_EQ(std::string(b, e), "alpha");
+    EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file)));
+
+    ASSERT_EQ(std::fscanf(file, "%4095s", word), 1);
+    ASSERT_TRUE(stream.readWord(b, e));
+    EXPECT_EQ(std::string(b, e), std::string("be\0ta", 5));  // a zero byte is not white space
+    EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file)));
+
+    for (int turn = 0; turn < 6; ++turn) {
+        char line[2048];
+        const bool gotLine = std::fgets(line, sizeof line, file) != nullptr;
+        EXPECT_EQ(stream.readLine(sizeof line, b, e), gotLine) << "turn " << turn;
+        EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file))) << "turn " << turn;
+        EXPECT_EQ(stream.eof(), std::feof(file) != 0) << "turn " << turn;
+    }
+    // Nothing left: the word read fails and sets the flag.
+    EXPECT_FALSE(stream.readWord(b, e));
+    EXPECT_TRUE(stream.eof());
+    std::fclose(file);
+}
+
+TEST(ObjStream, LineOfExactlyBufferSizeDoesNotSetEof) {
+    const std::string text(2047, 'a');
+    KelpObj::ObjStream stream(text.data(), text.data() + text.size());
+    const char* b;
+    const char* e;
+    ASSERT_TRUE(stream.readLine(2048, b, e));
+    EXPECT_EQ(e - b, 2047);
+    EXPECT_FALSE(stream.eof());  // fgets stopped for room, without looking further
+    EXPECT_FALSE(stream.readLine(2048, b, e));
+    EXPECT_TRUE(stream.eof());
+}
+
+TEST(ObjStream, DecimalIntAgreesWithSscanf) {
+    const char* cases[] = {"4294967297", "99999999999999999999", "-", "+5", "-0", "2147483648", "-2147483649",
+                           "0x10", "1e5", "", "+", "--1", "12", "-99999999999999999999", "9223372036854775808",
+                           "-9223372036854775808", "7abc", "a7"};
+    for (const char* text : cases) {
+        int expected = 42;
+        const int converted = std::sscanf(text, "%d", &expected);
+        std::int32_t actual = 42;
+        const bool ok = KelpObj::scanDecimalInt(text, text + std::strlen(text), actual);
+        EXPECT_EQ(ok, converted == 1) << text;
+        EXPECT_EQ(actual, expected) << text;
+    }
+}
+
+}  // namespace
