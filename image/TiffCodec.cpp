@@ -33,9 +33,29 @@ TiffHandle openQuietly(const char* path, const char* mode) {
 }
 }  // namespace
 
-// Every TIFF is decoded to RGBA by libtiff and then narrowed: gray images
-// without alpha keep 1 channel, colour images without alpha 3, anything with
-// an extra (alpha) sample 4.
+namespace {
+// 8-bit gray, RGB and RGBA strips in one plane are read as stored, so that
+// what this library writes comes back byte for byte.
+bool readPlainScanlines(TIFF* tif, std::uint32_t width, std::uint32_t height, unsigned channels, Image& image) {
+    const std::size_t bytes = pixelBytes(width, height, channels);
+    const std::size_t stride = static_cast<std::size_t>(width) * channels;
+    if (bytes == 0 || static_cast<std::size_t>(TIFFScanlineSize(tif)) != stride) return false;
+    std::unique_ptr<unsigned char[]> pixels(new (std::nothrow) unsigned char[bytes]);
+    if (!pixels) return false;
+    for (std::uint32_t y = 0; y < height; ++y)
+        if (TIFFReadScanline(tif, pixels.get() + y * stride, y, 0) < 0) return false;
+    image.data = pixels.release();
+    image.width = width;
+    image.height = height;
+    image.channels = channels;
+    return true;
+}
+}  // namespace
+
+// Plain 8-bit images are read as stored. Everything else is decoded to RGBA
+// by libtiff (which premultiplies an unassociated alpha) and then narrowed:
+// gray images without alpha keep 1 channel, colour images without alpha 3,
+// anything with an extra (alpha) sample 4.
 bool readTiff(const char* path, Image& image) {
     TiffHandle tif = openQuietly(path, "r");
     if (!tif) return false;
@@ -48,6 +68,16 @@ bool readTiff(const char* path, Image& image) {
     TIFFGetFieldDefaulted(tif.get(), TIFFTAG_EXTRASAMPLES, &extraCount, &extraTypes);
     const bool gray = photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_MINISWHITE;
     const unsigned channels = extraCount > 0 ? 4 : gray ? 1 : 3;
+
+    std::uint16_t bits = 1, samples = 1, planar = PLANARCONFIG_CONTIG;
+    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
+    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_PLANARCONFIG, &planar);
+    const bool plain = bits == 8 && planar == PLANARCONFIG_CONTIG && !TIFFIsTiled(tif.get()) &&
+                       ((photometric == PHOTOMETRIC_MINISBLACK && samples == 1 && extraCount == 0) ||
+                        (photometric == PHOTOMETRIC_RGB && samples == 3 && extraCount == 0) ||
+                        (photometric == PHOTOMETRIC_RGB && samples == 4 && extraCount == 1));
+    if (plain) return readPlainScanlines(tif.get(), width, height, channels, image);
 
     const std::size_t bytes = pixelBytes(width, height, channels);
     if (bytes == 0 || pixelBytes(width, height, 4) == 0) return false;
