@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace KelpGraphic {
 
@@ -80,6 +81,14 @@ private:
     char buffer_[kCapacity];
     std::size_t used_ = 0;
 };
+// The counts are trusted to match the arrays; should a caller's mesh break
+// that, the missing entries are written as zeros instead of being read from
+// beyond the array.
+template <typename Element>
+const Element& entry(const std::vector<Element>& array, std::size_t index) {
+    static const Element zero{};
+    return index < array.size() ? array[index] : zero;
+}
 }  // namespace
 
 bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
@@ -100,19 +109,19 @@ bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
 
     out.text("# ").number(mesh->vertexCount).text(" vertices, ").number(mesh->faceCount).text(" faces").endLine();
     for (std::uint32_t i = 0; i < mesh->vertexCount; ++i) {
-        const KelpCore::Vec3f& p = mesh->vertices[i];
+        const KelpCore::Vec3f& p = entry(mesh->vertices, i);
         out.text("v ").number(p[0]).character(' ').number(p[1]).character(' ').number(p[2]).endLine();
     }
     const bool normals = (mesh->vertexAttributes & KelpCore::KelpAttributeNormals) != 0;
     if (normals) {
         for (std::uint32_t i = 0; i < mesh->vertexCount; ++i) {
-            const KelpCore::Vec3f& n = mesh->vertexNormals[i];
+            const KelpCore::Vec3f& n = entry(mesh->vertexNormals, i);
             out.text("vn ").number(n[0]).character(' ').number(n[1]).character(' ').number(n[2]).endLine();
         }
     }
     if (mesh->hasTexture && mesh->texCoordCount != 0) {
         for (std::uint32_t i = 0; i < mesh->texCoordCount; ++i) {
-            const KelpCore::Vec2f& t = mesh->texCoords[i];
+            const KelpCore::Vec2f& t = entry(mesh->texCoords, i);
             out.text("vt ").number(t[0]).character(' ').number(t[1]).endLine();
         }
     }
@@ -121,10 +130,11 @@ bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     const bool cornerTexCoords = mesh->hasFaceTexCoordIndices;
     for (std::uint32_t j = 0; j < mesh->faceCount; ++j) {
         out.text("f ", 2);
+        const KelpCore::Vec3u& face = entry(mesh->faces, j);
         for (int k = 0; k < 3; ++k) {
-            const std::uint32_t vertex = mesh->faces[j][k] + 1u;
+            const std::uint32_t vertex = face[k] + 1u;
             out.number(vertex);
-            if (cornerTexCoords) out.character('/').number(mesh->faceTexCoordIndices[j][k] + 1u);
+            if (cornerTexCoords) out.character('/').number(entry(mesh->faceTexCoordIndices, j)[k] + 1u);
             if (normals) {
                 if (!cornerTexCoords) out.character('/');
                 out.character('/').number(vertex);

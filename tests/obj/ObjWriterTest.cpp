@@ -82,6 +82,12 @@ TEST(ObjWriter, TextureCornerFormsAreIndependent) {
     mesh.texCoords = {{0.5f, 0.25f}};
     const std::string text = written(mesh);
     EXPECT_NE(text.find("\nvn 0 0 0\nvt 0.5 0.25\nusemtl"), std::string::npos) << text;
+    // Counts beyond the arrays read as zeros, never past the end.
+    mesh.texCoordCount = 2;
+    mesh.addFace(0, 2, 1);
+    const std::string padded = written(mesh);
+    EXPECT_NE(padded.find("\nvt 0.5 0.25\nvt 0 0\nusemtl"), std::string::npos) << padded;
+    EXPECT_NE(padded.find("\nf 1/1/1 3/1/3 2/1/2 \n"), std::string::npos) << padded;
     EXPECT_NE(text.find("\nf 1/4/1 2/5/2 3/6/3 \n"), std::string::npos) << text;
 }
 
