@@ -59,11 +59,11 @@ public:
         used_ = static_cast<std::size_t>(out - buffer_);
         return *this;
     }
-    // The line break and the flush that follows every line.
+    // The line break and the flush that follows every line: the file is
+    // unbuffered, so the whole line reaches the system in one write.
     void endLine() {
         character('\n');
         std::fwrite(buffer_, 1, used_, file_);
-        std::fflush(file_);
         used_ = 0;
     }
 
@@ -95,6 +95,7 @@ bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "w");
     if (!file) return false;  // the locale is left switched on this path
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
     const std::string outputPath(path);
     const std::string baseName = KelpObj::objBaseName(outputPath);
