@@ -130,3 +130,35 @@ TEST(ObjStream, DecimalIntAgreesWithSscanf) {
 }
 
 }  // namespace
+
+namespace {
+
+// The glibc results spelled out, so that a change of C library shows here too.
+TEST(ObjStream, PinnedFloatResults) {
+    const struct {
+        const char* text;
+        bool converted;
+        float value;
+        std::size_t consumed;
+        bool eof;
+    } cases[] = {
+        {"1e", true, 1.0f, 2, true},      {"1e+ ", true, 1.0f, 3, false}, {"+.5", true, 0.5f, 3, true},
+        {"- 3", false, 42.0f, 1, false},  {"na1", false, 42.0f, 3, false}, {"0x1p3", true, 8.0f, 5, true},
+        {"0xg", false, 42.0f, 2, false},  {"infx", true, INFINITY, 3, false}, {"1.5.5", true, 1.5f, 3, false},
+        {"e5", false, 42.0f, 0, false},   {"nan\n", true, NAN, 3, false},
+    };
+    for (const auto& c : cases) {
+        const std::string text = c.text;
+        KelpObj::ObjStream stream(text.data(), text.data() + text.size());
+        float value = 42.0f;
+        EXPECT_EQ(stream.readFloat(value), c.converted) << c.text;
+        if (std::isnan(c.value))
+            EXPECT_TRUE(std::isnan(value)) << c.text;
+        else
+            EXPECT_EQ(value, c.value) << c.text;
+        EXPECT_EQ(stream.offset(), c.consumed) << c.text;
+        EXPECT_EQ(stream.eof(), c.eof) << c.text;
+    }
+}
+
+}  // namespace
