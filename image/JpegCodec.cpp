@@ -5,6 +5,7 @@
 
 #include <csetjmp>
 #include <cstdio>
+#include <memory>
 #include <new>
 
 #include <jpeglib.h>
@@ -98,7 +99,9 @@ bool decode(jpeg_decompress_struct& info, DecodeState& state, Image& image) {
 }  // namespace
 
 bool readJpeg(const char* path, Image& image) {
-    DecodeState state;
+    // On the heap, so that what decode() stores survives the jump back.
+    const std::unique_ptr<DecodeState> owned(new DecodeState);
+    DecodeState& state = *owned;
     state.file = std::fopen(path, "rb");
     if (!state.file) return false;
     jpeg_decompress_struct info;

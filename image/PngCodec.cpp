@@ -5,6 +5,7 @@
 
 #include <csetjmp>
 #include <cstdio>
+#include <memory>
 #include <new>
 
 #include <png.h>
@@ -69,7 +70,9 @@ bool decode(png_structp png, png_infop info, PngState& state, Image& image) {
 }  // namespace
 
 bool readPng(const char* path, Image& image) {
-    PngState state;
+    // On the heap, so that what decode() stores survives the jump back.
+    const std::unique_ptr<PngState> owned(new PngState);
+    PngState& state = *owned;
     state.file = std::fopen(path, "rb");
     if (!state.file) return false;
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning);
