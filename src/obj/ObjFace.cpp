@@ -56,8 +56,15 @@ void parseFaceLine(const ObjStream& stream, const char* line, std::size_t length
         if (p == length || line[p] == '\0') break;
         const std::size_t wordStart = p;
         while (p < length && line[p] != '\0' && !stream.isSpace(static_cast<unsigned char>(line[p]))) ++p;
-        parseCorner(line + wordStart, line + p, vertexCount, lastIndex, corners);
-        offset += (p - wordStart) + 1;
+        // While the advance stays within the blanks before this word, the next
+        // scan finds the same word again; take those turns here instead of
+        // rescanning the blanks each time (a long run of blanks would
+        // otherwise cost its length squared).
+        const std::size_t wordLength = p - wordStart;
+        do {
+            parseCorner(line + wordStart, line + p, vertexCount, lastIndex, corners);
+            offset += wordLength + 1;
+        } while (offset <= wordStart);
     }
 }
 
