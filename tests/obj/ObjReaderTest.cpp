@@ -171,8 +171,7 @@ TEST(ObjReader, BlankRunsRepeatTheNextCorner) {
     KelpTest::TempDir dir;
     // From offset 0 the word "12" (length 2) is found after 7 blanks; the
     // offsets 0, 3 and 6 all find it, offset 9 lands on the blank before "5".
-    const KelpTriMesh mesh =
-        readText(dir, "v 0 0 0\nf       12 5\n");
+    const KelpTriMesh mesh = readText(dir, "v 0 0 0\nf       12 5\n");
     ASSERT_EQ(mesh.faceCount, 2u);
     EXPECT_EQ(mesh.faces[0], (Vec3u{11, 11, 11}));
     EXPECT_EQ(mesh.faces[1], (Vec3u{11, 11, 4}));

@@ -101,9 +101,11 @@ Expected readWithStdio(const std::string& path) {
 std::string randomObj(std::mt19937& random) {
     static const char* words[] = {"v", "v", "vt", "vn", "f", "f", "#", "g", "V", "vx", "s", "usemtl", "o"};
     static const char* numbers[] = {"1", "-2", "3.5", "1e", "+.5", "nan", "0x1p3", "-", "1e+", "inf", "-0",
-                                    "12abc", ".", "0.25", "-0.75", "7", "1e5", "x", "#", "2/3"};
+                                    "12abc", ".", "0.25", "-0.75", "7", "1e5", "x", "#", "2/3",
+                                    "\xe3\x80\x80" "1", "\xa0", "\xc2\xa0" "2"};
     static const char* corners[] = {"1", "2", "3", "2/3", "1//2", "-1", "-2", "3/", "/2", "1/2/3", "x", "-/",
-                                    "4294967297", "4/-1", "//", "1/2/3/4", "5", "+2", "#"};
+                                    "4294967297", "4/-1", "//", "1/2/3/4", "5", "+2", "#",
+                                    "2\xe3\x80\x80" "3", "\xa0" "1"};
     static const char* gaps[] = {" ", " ", " ", "  ", "\t", "\r\n", "\n", "\n", "\n"};
     auto pick = [&random](const auto& list) { return std::string(list[random() % (sizeof list / sizeof list[0])]); };
     std::string text = "mtllib m.mtl\n";
