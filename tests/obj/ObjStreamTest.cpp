@@ -1,6 +1,7 @@
-// The scanner against glibc itself: every case runs through fscanf / fgets /
-// sscanf on a real FILE and through ObjStream, and both must agree on the
-// result, the value's bits, the bytes consumed and the end-of-file flag.
+// The scanner against glibc itself: every case runs through fscanf / sscanf
+// on a real FILE and through ObjStream, and both must agree on the result,
+// the value's bits, the bytes consumed and the end-of-file flag. Words and
+// lines are checked the same way, file by file, in ObjStdioAgreementTest.
 #include "obj/ObjStream.h"
 
 #include "support/LocaleGuard.h"
@@ -70,37 +71,6 @@ TEST(ObjStream, RandomNumberTextAgreesWithFscanf) {
         for (int k = 0; k < length; ++k) text.push_back(alphabet[random() % alphabet.size()]);
         expectFloatAgrees(text);
     }
-}
-
-TEST(ObjStream, WordsAndLinesAgreeWithStdio) {
-    const std::string text = std::string("  alpha\tbe\0ta\n\n", 15) + std::string(3000, 'x') + "\nlast";
-    std::FILE* file = fileWith(text);
-    KelpObj::ObjStream stream(text.data(), text.data() + text.size());
-    // %s, fgets with a short buffer, %s, fgets: every step must match.
-    char word[4096];
-    const char* b;
-    const char* e;
-    ASSERT_EQ(std::fscanf(file, "%4095s", word), 1);
-    ASSERT_TRUE(stream.readWord(b, e));
-    EXPECT_EQ(std::string(b, e), "alpha");
-    EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file)));
-
-    ASSERT_EQ(std::fscanf(file, "%4095s", word), 1);
-    ASSERT_TRUE(stream.readWord(b, e));
-    EXPECT_EQ(std::string(b, e), std::string("be\0ta", 5));  // a zero byte is not white space
-    EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file)));
-
-    for (int turn = 0; turn < 6; ++turn) {
-        char line[2048];
-        const bool gotLine = std::fgets(line, sizeof line, file) != nullptr;
-        EXPECT_EQ(stream.readLine(sizeof line, b, e), gotLine) << "turn " << turn;
-        EXPECT_EQ(stream.offset(), static_cast<std::size_t>(std::ftell(file))) << "turn " << turn;
-        EXPECT_EQ(stream.eof(), std::feof(file) != 0) << "turn " << turn;
-    }
-    // Nothing left: the word read fails and sets the flag.
-    EXPECT_FALSE(stream.readWord(b, e));
-    EXPECT_TRUE(stream.eof());
-    std::fclose(file);
 }
 
 TEST(ObjStream, LineOfExactlyBufferSizeDoesNotSetEof) {
