@@ -30,4 +30,15 @@ KELP_FILEIO_API bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud
 // failure stays.
 KELP_FILEIO_API bool KelpRead3ds(const char* path, KelpCore::KelpTriMesh* mesh);
 
+// Wavefront OBJ: positions, "vt", "vn" and faces (polygons become fans
+// around their first corner). Appends to `mesh`, so pass an empty one. An
+// "mtllib" whose first material names a JPG, BMP, PNG or TIF texture gives the
+// mesh that image (the mesh owns its pixels) when the file also has "vt"
+// lines. False only when the file cannot be opened.
+KELP_FILEIO_API bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh);
+// Writes `mesh` as OBJ with 1-based indices; a mesh with texture pixels also
+// gets "<base>.jpg" and "<base>.mtl" beside the file. False only when the file
+// cannot be created.
+KELP_FILEIO_API bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh);
+
 }  // namespace KelpGraphic
