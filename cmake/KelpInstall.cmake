@@ -4,6 +4,10 @@ include(CMakePackageConfigHelpers)
 
 set(KELP_CMAKE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KelpFileIO)
 
+# The libraries find each other beside themselves wherever the prefix is,
+# since a host's own RUNPATH does not reach the libraries' dependencies.
+set_target_properties(KelpCore KelpImageLoad KelpFileIO PROPERTIES INSTALL_RPATH "$ORIGIN")
+
 install(TARGETS KelpCore KelpImageLoad KelpFileIO
   EXPORT KelpFileIOTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
