@@ -20,6 +20,8 @@ public:
     PlyInput() = default;
     PlyInput(const PlyInput&) = delete;
     PlyInput& operator=(const PlyInput&) = delete;
+    PlyInput(PlyInput&&) = default;
+    PlyInput& operator=(PlyInput&&) = default;
 
     // Opens `path` with mode "rb"; false when it cannot be opened.
     bool open(const char* path);
