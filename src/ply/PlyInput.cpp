@@ -117,8 +117,39 @@ bool PlyInput::skipSpace() {
     }
 }
 
+namespace {
+// Numbers are parsed in place when this much text is buffered; a number that
+// runs to the end of it is collected character by character instead.
+constexpr std::size_t kLookahead = 64;
+constexpr std::ptrdiff_t kPlainDigits = 18;  // never overflows a 64-bit magnitude
+}  // namespace
+
+int PlyInput::scanPlainInteger(std::uint64_t& magnitude, bool& negative) {
+    const bool atEnd = !ensure(kLookahead);
+    const unsigned char* const start = data();
+    const unsigned char* const end = start + available();
+    const unsigned char* q = start;
+    negative = false;
+    if (q < end && (*q == '+' || *q == '-')) negative = *q++ == '-';
+    const unsigned char* const digits = q;
+    magnitude = 0;
+    while (q < end && isDigit(*q) && q - digits < kPlainDigits) magnitude = magnitude * 10 + unsigned(*q++ - '0');
+    if (q == digits) return (q < end || atEnd) ? 0 : -1;
+    if (q < end ? isDigit(*q) : !atEnd) return -1;
+    advance(static_cast<std::size_t>(q - start));
+    return 1;
+}
+
 bool PlyInput::scanInt(int& value) {
     if (!skipSpace()) return false;
+    std::uint64_t plain;
+    bool plainNegative;
+    const int fast = scanPlainInteger(plain, plainNegative);
+    if (fast >= 0) {
+        const std::uint64_t bits = plainNegative ? 0 - plain : plain;
+        value = static_cast<int>(static_cast<std::uint32_t>(bits));
+        return fast == 1;
+    }
     bool negative = false;
     int c = peek();
     if (c == '+' || c == '-') {
@@ -155,6 +186,13 @@ bool PlyInput::scanInt(int& value) {
 
 bool PlyInput::scanUnsigned(unsigned& value) {
     if (!skipSpace()) return false;
+    std::uint64_t plain;
+    bool plainNegative;
+    const int fast = scanPlainInteger(plain, plainNegative);
+    if (fast >= 0) {
+        value = static_cast<unsigned>(plainNegative ? 0 - plain : plain);
+        return fast == 1;
+    }
     bool negative = false;
     int c = peek();
     if (c == '+' || c == '-') {
@@ -268,13 +306,52 @@ Real convertCollected(const std::string& text, bool dotPoint) {
 }
 }  // namespace
 
+template <typename Real>
+int PlyInput::scanPlainReal(Real& value) {
+    if (decimalPoint_[0] != '.' || decimalPoint_[1] != 0) return -1;
+    const bool atEnd = !ensure(kLookahead);
+    const unsigned char* const start = data();
+    const unsigned char* const end = start + available();
+    const unsigned char* q = start;
+    if (q < end && (*q == '+' || *q == '-')) ++q;
+    const unsigned char* const body = q;
+    // Hexadecimal, infinity and NaN take the collecting path.
+    if (q < end && (lower(*q) == 'i' || lower(*q) == 'n')) return -1;
+    if (q + 1 < end && *q == '0' && lower(q[1]) == 'x') return -1;
+    std::size_t digits = 0;
+    while (q < end && isDigit(*q)) ++q, ++digits;
+    if (q < end && *q == '.') {
+        ++q;
+        while (q < end && isDigit(*q)) ++q, ++digits;
+    }
+    if (digits == 0) return (q < end || atEnd) ? 0 : -1;
+    // scanf takes an exponent marker and its sign even without digits.
+    if (q < end && lower(*q) == 'e') {
+        ++q;
+        if (q < end && (*q == '+' || *q == '-')) ++q;
+        while (q < end && isDigit(*q)) ++q;
+    }
+    if (q == end && !atEnd) return -1;
+    const char* first = reinterpret_cast<const char*>(*start == '+' ? body : start);
+    const auto parsed = std::from_chars(first, reinterpret_cast<const char*>(q), value);
+    if (parsed.ec != std::errc()) return -1;  // out of range: the C conversion decides
+    advance(static_cast<std::size_t>(q - start));
+    return 1;
+}
+
 bool PlyInput::scanFloat(float& value) {
+    if (!skipSpace()) return false;
+    const int fast = scanPlainReal(value);
+    if (fast >= 0) return fast == 1;
     if (!collectFloat(scratch_)) return false;
     value = convertCollected<float>(scratch_, decimalPoint_[0] == '.' && decimalPoint_[1] == 0);
     return true;
 }
 
 bool PlyInput::scanDouble(double& value) {
+    if (!skipSpace()) return false;
+    const int fast = scanPlainReal(value);
+    if (fast >= 0) return fast == 1;
     if (!collectFloat(scratch_)) return false;
     value = convertCollected<double>(scratch_, decimalPoint_[0] == '.' && decimalPoint_[1] == 0);
     return true;

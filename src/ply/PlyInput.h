@@ -72,6 +72,11 @@ public:
 private:
     bool fill(std::size_t count);
     bool skipSpace();
+    // In-place parses of short plain numbers: 1 read, 0 no number, -1 left
+    // to the character-by-character path (nothing consumed).
+    int scanPlainInteger(std::uint64_t& magnitude, bool& negative);
+    template <typename Real>
+    int scanPlainReal(Real& value);
     // Collects one floating token; empty when the input matches no number.
     bool collectFloat(std::string& text);
 

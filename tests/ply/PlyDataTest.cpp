@@ -394,9 +394,16 @@ TEST(PlyInputNumbers, MatchFscanf) {
                             "0x1A",  "1e5",       "1e",    "1e+",        "+.5",    "-.",
                             ".5.5",  "1.e3",      "0x1p3", "0x",         "inf",    "-infinity",
                             "infin", "nan(1)",    "abc",   "",           "3.4e39", "1e-50",
-                            "-0",    "  12.5\n",  "+-1",   "7.25f"};
+                            "-0",    "  12.5\n",  "+-1",   "7.25f",  "-.5",    "1.5e400",
+                            "1e-40", "0000000000000000000000000000000000000000000000000000000000000000000000001.5e1",
+                            "-98765432109876543210987654321", "18446744073709551617"};
+    std::vector<std::string> texts;
     for (const char* text : inputs) {
-        SCOPED_TRACE(std::string("input '") + text + "'");
+        texts.push_back(text);
+        texts.push_back(std::string(text) + std::string(100, ' ') + "5");  // more text buffered behind
+    }
+    for (const std::string& text : texts) {
+        SCOPED_TRACE("input '" + text + "'");
         const std::string path = dir.file("n.txt");
         KelpTest::writeFile(path, text);
         for (int kind = 0; kind < 4; ++kind) {
