@@ -365,7 +365,10 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
 
     for (std::size_t e = 0; e < ply.elements.size(); ++e) {
         PlyElement& element = ply.elements[e];
-        if (element.count < 1) continue;
+        // An element without properties holds no data: its instances would
+        // never fail, so a huge count would spin (or append stale records)
+        // without reading a byte. It is passed over like an empty one.
+        if (element.count < 1 || element.properties.empty()) continue;
         ply.selectElement(static_cast<int>(e));
         const std::uint64_t minBytes = minimalInstanceBytes(element, ply.format);
 

@@ -271,6 +271,16 @@ TEST_F(PlyImport, TruncatedAndAbsurdInputsFailWithoutHarm) {
     EXPECT_EQ(import(header("binary_big_endian", small) + body).code, 0);
     EXPECT_EQ(mesh.faces, (std::vector<Vec3u>{{0, 1, 2}, {1, 0, 0}}));
 
+    // Elements without properties hold nothing, whatever their count.
+    mesh = KelpTriMesh();
+    EXPECT_EQ(import(header("binary_little_endian", "element junk 2147483647\n" + small +
+                                                        "element vertex 2147483647\nelement face 2147483647\n") +
+                     fourVertices().u8(3).i32(0).i32(1).i32(2).u8(3).i32(1).i32(2).i32(3).data)
+                  .code,
+              0);
+    EXPECT_EQ(mesh.vertexCount, 4u);
+    EXPECT_EQ(mesh.faceCount, 2u);
+
     // Random bytes after end_header, in every encoding.
     std::mt19937 random(1234);
     for (int round = 0; round < 60; ++round) {
