@@ -341,7 +341,7 @@ PlyReadRoutine choosePlyRoutine(const PlyProperty& property, int format) {
 }
 
 bool plyGenericAsciiRoutine(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
-    if (!isValidRequestType(request.storedType)) return false;
+    if (!isValidRequestType(request.storedType) || !isValidRequestType(request.memoryType)) return false;
     if (request.isList) return record ? asciiList(input, record, request) : asciiListSkip(input, record, request);
     if (record) return asciiScalar(input, record, request);
     return isIntegerType(request.storedType) ? asciiSkipInt(input, record, request)

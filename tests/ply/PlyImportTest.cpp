@@ -295,6 +295,32 @@ TEST_F(PlyImport, TruncatedAndAbsurdInputsFailWithoutHarm) {
     }
 }
 
+TEST_F(PlyImport, MutatedBodiesNeverCrash) {
+    const std::string decl = std::string(kVertexXyz) +
+                             "property uchar red\nelement face 2\nproperty int flags\n"
+                             "property list uchar int vertex_indices\nproperty list uchar float color\n"
+                             "element tristrips 1\nproperty list int int vertex_indices\n"
+                             "element extra 2\nproperty list ushort double d\nproperty short s\n";
+    Bytes body;
+    for (int i = 0; i < 4; ++i) body.f32(1.0f + i).f32(2).f32(3).u8(9);
+    for (int i = 0; i < 2; ++i) body.i32(1).u8(3).i32(0).i32(1).i32(2).u8(2).f32(0.5f).f32(0.25f);
+    body.i32(5).i32(0).i32(1).i32(-1).i32(2).i32(3);
+    for (int i = 0; i < 2; ++i) body.u8(1).le(0, 8).le(7, 2);
+    std::mt19937 random(99);
+    for (const char* format : {"binary_little_endian", "binary_big_endian"}) {
+        const std::string clean = header(format, decl);
+        for (int round = 0; round < 150; ++round) {
+            std::string bytes = body.data;
+            for (int flips = 1 + static_cast<int>(random() % 4); flips > 0; --flips)
+                bytes[random() % bytes.size()] = static_cast<char>(random());
+            if (round % 5 == 0) bytes.resize(random() % bytes.size());
+            mesh = KelpTriMesh();
+            import(clean + bytes);
+            expectConsistent();
+        }
+    }
+}
+
 TEST_F(PlyImport, DoesNotSwitchTheLocale) {
     KELP_REQUIRE_READER_LOCALE();
     KelpTest::LocaleGuard guard;
