@@ -94,6 +94,47 @@ TEST_F(PlyImport, BigEndianFilesReadAsReadAndRefuseZeroCoordinates) {
     EXPECT_EQ(mesh.vertexCount, 4u);
 }
 
+TEST_F(PlyImport, BigEndianZeroRuleCoversEveryStoredIntAndFloat) {
+    const std::string decl =
+        "element vertex 2\nproperty float x\nproperty float y\nproperty float z\nproperty float nx\n"
+        "property float ny\nproperty float nz\nproperty float quality\nproperty int flags\nproperty uchar red\n"
+        "property uchar green\nproperty uchar blue\n"
+        "element face 2\nproperty int flags\nproperty list uchar int vertex_indices\nproperty uchar red\n"
+        "property int texnumber\n";
+    // One vertex or face field set to zero at a time; only requested int and
+    // float fields (normals, flags) fail the load.
+    struct Case {
+        int vertexZero;  // index of the vertex field zeroed, or -1
+        int faceZero;    // 0 = flags, 1 = red, 2 = texnumber, -1 none
+        int code;
+        std::uint32_t vertices, faces;
+    };
+    const std::vector<Case> cases = {{-1, -1, 0, 2, 2},        {3, -1, 16, 0, 0}, {6, -1, 0, 2, 2},
+                                     {7, -1, 16, 0, 0},        {8, -1, 0, 2, 2},  {-1, 0, 16, 2, 0},
+                                     {-1, 1, 0, 2, 2},         {-1, 2, 0, 2, 2}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.vertexZero << " " << c.faceZero);
+        Bytes body;
+        for (int v = 0; v < 2; ++v) {
+            for (int field = 0; field < 7; ++field) body.f32(field == c.vertexZero && v == 0 ? 0.0f : 1.0f + field);
+            body.i32(c.vertexZero == 7 && v == 0 ? 0 : 5);
+            body.u8(c.vertexZero == 8 && v == 0 ? 0 : 1).u8(2).u8(3);
+        }
+        for (int f = 0; f < 2; ++f) {
+            body.i32(c.faceZero == 0 && f == 0 ? 0 : 4).u8(3).i32(0).i32(1).i32(0);
+            body.u8(c.faceZero == 1 && f == 0 ? 0 : 7).i32(c.faceZero == 2 && f == 0 ? 0 : 8);
+        }
+        mesh = KelpTriMesh();
+        EXPECT_EQ(import(header("binary_big_endian", decl) + body.data).code, c.code);
+        EXPECT_EQ(mesh.vertexCount, c.vertices);
+        EXPECT_EQ(mesh.faceCount, c.faces);
+        // Under little endian every case loads.
+        mesh = KelpTriMesh();
+        EXPECT_EQ(import(header("binary_little_endian", decl) + body.data).code, 0);
+        EXPECT_EQ(mesh.faces, (std::vector<Vec3u>{{0, 1, 0}, {0, 1, 0}}));
+    }
+}
+
 TEST_F(PlyImport, AcceptedAndRefusedFaceEncodings) {
     struct Case {
         const char* declaration;
