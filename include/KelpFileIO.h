@@ -41,4 +41,12 @@ KELP_FILEIO_API bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh);
 // cannot be created.
 KELP_FILEIO_API bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh);
 
+// PLY ("ascii", "binary_little_endian", "binary_big_endian"): appends the
+// float x, y, z of every vertex and the triangles of the "face" element (or of
+// "tristrips") to `mesh`; face indices are not offset by vertices already in
+// the mesh. False when the file cannot be opened or parsed, declares no float
+// positions or no usable faces, or a face has other than 3 corners; what was
+// appended before a failure stays. Does not switch the locale.
+KELP_FILEIO_API bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh);
+
 }  // namespace KelpGraphic

@@ -1,0 +1,44 @@
+// PLY test inputs: a header text followed by body bytes in either order.
+#pragma once
+
+#include "support/TestFiles.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace KelpPlyTest {
+
+inline std::string header(const std::string& format, const std::string& declarations) {
+    return "ply\nformat " + format + " 1.0\n" + declarations + "end_header\n";
+}
+
+// Body bytes, each value written in the byte order asked for.
+struct Bytes {
+    std::string data;
+
+    Bytes& u8(unsigned v) {
+        data.push_back(static_cast<char>(v & 0xFF));
+        return *this;
+    }
+    Bytes& le(std::uint64_t v, int size) {
+        for (int i = 0; i < size; ++i) u8(static_cast<unsigned>(v >> (8 * i)));
+        return *this;
+    }
+    Bytes& be(std::uint64_t v, int size) {
+        for (int i = size - 1; i >= 0; --i) u8(static_cast<unsigned>(v >> (8 * i)));
+        return *this;
+    }
+    Bytes& i32(std::int32_t v) { return le(static_cast<std::uint32_t>(v), 4); }
+    Bytes& f32(float f) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &f, 4);
+        return le(bits, 4);
+    }
+    Bytes& text(const std::string& s) {
+        data += s;
+        return *this;
+    }
+};
+
+}  // namespace KelpPlyTest
