@@ -1,0 +1,10 @@
+#include <KelpFileIO.h>
+
+#include "FuzzInput.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string path = KelpFuzz::writeInput("input.ply", data, size);
+    KelpCore::KelpTriMesh mesh;
+    KelpGraphic::KelpReadPly(path.c_str(), &mesh);
+    return 0;
+}
