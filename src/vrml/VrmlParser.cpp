@@ -240,6 +240,23 @@ void keepThreeOfFour(VrmlField& field) {
     field.count = clampedCount(count);
 }
 
+// Empties a node record in place (no temporary on the parser's stack frames,
+// which nest once per group level).
+void clearNode(VrmlNode& node) {
+    node.type = 0;
+    node.name[0] = '\0';
+    node.isReference = 0;
+    std::vector<VrmlField>().swap(node.fields);
+    std::vector<VrmlNode*>().swap(node.children);
+}
+
+[[gnu::noinline]] std::vector<VrmlField> defaultFields(const VrmlNodeSpec& spec) {
+    std::vector<VrmlField> fields;
+    fields.reserve(static_cast<std::size_t>(spec.fieldCount));
+    for (int i = 0; i < spec.fieldCount; ++i) fields.push_back(defaultField(spec.fields[i]));
+    return fields;
+}
+
 bool isWord(int code) {
     return code >= kFirstKeyword && code != kTokenNumber && code != kTokenComment && code != kTokenString;
 }
@@ -480,10 +497,8 @@ bool VrmlReader::parseGroupBody(const VrmlNodeSpec& spec, std::vector<VrmlField>
 // Called after the node's "{". On success the node under construction holds
 // the node's type, fields and children; on failure it stays cleared.
 bool VrmlReader::parseKnownNode(const VrmlNodeSpec& spec, int depth) {
-    building_ = VrmlNode{};
-    std::vector<VrmlField> fields;
-    fields.reserve(static_cast<std::size_t>(spec.fieldCount));
-    for (int i = 0; i < spec.fieldCount; ++i) fields.push_back(defaultField(spec.fields[i]));
+    clearNode(building_);
+    std::vector<VrmlField> fields = defaultFields(spec);
     std::vector<VrmlNode*> children;
 
     const bool parsed = spec.group ? parseGroupBody(spec, fields, children, depth) : parseLeafBody(spec, fields);
@@ -504,7 +519,7 @@ VrmlDefEntry* VrmlReader::findDef(const char* name) const {
 VrmlNode* VrmlReader::storeCompletedNode(bool defSeen) {
     records_.push_back(std::make_unique<VrmlNode>(std::move(building_)));
     VrmlNode* record = records_.back().get();
-    building_ = VrmlNode{};
+    clearNode(building_);
     if (defSeen) {
         VrmlDefEntry& entry = defEntries_.emplace_back();
         std::memcpy(entry.name, record->name, sizeof entry.name);
@@ -523,7 +538,7 @@ VrmlNode* VrmlReader::parseNode(int depth) {
 
     int code = nextToken();
     if (code < 0) return nullptr;
-    building_ = VrmlNode{};
+    clearNode(building_);
 
     bool defSeen = false;
     bool useHandled = false;
@@ -546,6 +561,8 @@ VrmlNode* VrmlReader::parseNode(int depth) {
             std::memcpy(pendingName, current().text, length);
             pendingName[length] = '\0';
         } else if (code == kUse) {
+            // A USE is the whole node: no braces follow it, and the token
+            // after its name belongs to whoever reads next.
             nextToken();
             // The lookup's own message ("identifier expected", "reference
             // name not found") is replaced at once by this one.
@@ -589,7 +606,7 @@ VrmlNode* VrmlReader::parseNode(int depth) {
 }
 
 void VrmlReader::releaseScene() {
-    building_ = VrmlNode{};
+    clearNode(building_);
     std::vector<VrmlNode>().swap(savedBuilding_);
     decltype(defIndex_)().swap(defIndex_);
     std::deque<VrmlDefEntry>().swap(defEntries_);
