@@ -265,8 +265,11 @@ bool isWord(int code) {
 
 // --- Value readers ---------------------------------------------------------
 
+// Readers look at the look-ahead before they take it: a token of the wrong
+// kind fails the field without being consumed.
 bool VrmlReader::readOneNumber(float& value) {
-    if (nextToken() != kTokenNumber) return false;
+    if (lookAhead().code != kTokenNumber) return false;
+    nextToken();
     value = current().value;
     return true;
 }
@@ -326,17 +329,19 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
 }
 
 bool VrmlReader::readFloatList(VrmlField& field) {
+    float value;
     if (lookAhead().code != '[') {
-        float value;
         if (!readOneNumber(value)) return false;
         field.floats.push_back(value);
     } else {
         nextToken();
         while (lookAhead().code != ']') {
-            const int code = nextToken();
-            if (code == ',') continue;
-            if (code != kTokenNumber) return false;
-            field.floats.push_back(current().value);
+            if (lookAhead().code == ',') {
+                nextToken();
+                continue;
+            }
+            if (!readOneNumber(value)) return false;
+            field.floats.push_back(value);
         }
     }
     field.count = clampedCount(field.floats.size());
@@ -344,19 +349,25 @@ bool VrmlReader::readFloatList(VrmlField& field) {
 }
 
 bool VrmlReader::readStringList(VrmlField& field) {
-    auto isText = [](int code) { return code == kTokenString || code == kTokenIdentifier; };
-    if (lookAhead().code != '[') {
-        if (!isText(nextToken())) return false;
-        field.strings.emplace_back(current().text);
-    } else {
-        nextToken();
-        while (lookAhead().code != ']') {
-            const int code = nextToken();
-            if (code == ',') continue;
-            if (!isText(code)) return false;
-            field.strings.emplace_back(current().text);
+    if (lookAhead().code != '[') return readOneString(field);
+    nextToken();
+    while (lookAhead().code != ']') {
+        if (lookAhead().code == ',') {
+            nextToken();
+            continue;
         }
+        if (!readOneString(field)) return false;
     }
+    field.count = clampedCount(field.strings.size());
+    return true;
+}
+
+// A string or an identifier.
+bool VrmlReader::readOneString(VrmlField& field) {
+    const int code = lookAhead().code;
+    if (code != kTokenString && code != kTokenIdentifier) return false;
+    nextToken();
+    field.strings.emplace_back(current().text);
     field.count = clampedCount(field.strings.size());
     return true;
 }
@@ -364,20 +375,19 @@ bool VrmlReader::readStringList(VrmlField& field) {
 // One enum word, or for bit masks "(" words joined by "|" ")".
 bool VrmlReader::readEnumWord(VrmlField& field) {
     if (lookAhead().code != '(') {
-        const int code = nextToken();
-        if (!isWord(code)) return false;
-        field.word = static_cast<std::uint32_t>(code);
+        if (!isWord(lookAhead().code)) return false;
+        field.word = static_cast<std::uint32_t>(nextToken());
         return true;
     }
     nextToken();
     field.word = 0;
     for (;;) {
-        const int code = nextToken();
-        if (!isWord(code)) return false;
-        field.word |= static_cast<std::uint32_t>(code);
-        const int separator = nextToken();
+        if (!isWord(lookAhead().code)) return false;
+        field.word |= static_cast<std::uint32_t>(nextToken());
+        const int separator = lookAhead().code;
+        if (separator != ')' && separator != '|') return false;
+        nextToken();
         if (separator == ')') return true;
-        if (separator != '|') return false;
     }
 }
 
@@ -423,20 +433,15 @@ bool VrmlReader::readFieldValue(const VrmlFieldSpec& spec, VrmlField& field) {
     case FieldReader::IntList: return readIntegerList(field);
     case FieldReader::FloatList: return readFloatList(field);
     case FieldReader::StringList: return readStringList(field);
-    case FieldReader::String: {
-        const int code = nextToken();
-        if (code != kTokenString && code != kTokenIdentifier) return false;
-        field.strings.emplace_back(current().text);
-        return true;
-    }
+    case FieldReader::String: return readOneString(field);
     case FieldReader::Bool: {
-        const int code = nextToken();
+        const int code = lookAhead().code;
+        if (code != kTokenNumber && code != kTrue && code != kFalse) return false;
+        nextToken();
         if (code == kTokenNumber)
             field.word = static_cast<std::uint32_t>(truncateToInt(current().value));
-        else if (code == kTrue || code == kFalse)
-            field.word = code == kTrue ? 1u : 0u;
         else
-            return false;
+            field.word = code == kTrue ? 1u : 0u;
         return true;
     }
     case FieldReader::BitMask:

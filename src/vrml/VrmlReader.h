@@ -153,6 +153,7 @@ private:
     bool readIntegerList(VrmlField& field);
     bool readFloatList(VrmlField& field);
     bool readStringList(VrmlField& field);
+    bool readOneString(VrmlField& field);
     bool readEnumWord(VrmlField& field);
     bool readImage(VrmlField& field);
     bool endedInsideNode(int code) const { return code < 0 || (code == kTokenEnd && endOfInput_); }

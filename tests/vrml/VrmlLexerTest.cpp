@@ -140,8 +140,6 @@ TEST(VrmlLexer, LongStringsAreCutAtFiveHundredElevenPositions) {
     EXPECT_EQ(t[2].code, kTokenString);  // the old closing quote opens a string
 
     // Escapes use a position each though nothing is stored for them.
-    ReaderOnText esc("\"" + std::string(255, 'b') + std::string(256, 'c') + "\"");
-    EXPECT_EQ(esc.tokens()[0].text.size(), 511u);
     ReaderOnText pairs("\"" + std::string(300, '\\') + "zz\"");
     const auto p = pairs.tokens();
     ASSERT_FALSE(p.empty());
@@ -157,17 +155,6 @@ TEST(VrmlLexer, IdentifiersAndCaseSensitiveKeywords) {
     const std::string longest(511, 'n');
     EXPECT_EQ(single(longest).text, longest);
 
-    std::size_t rows = 0;
-    const VrmlKeywordRow* table = vrmlKeywordTable(&rows);
-    ASSERT_EQ(rows, 133u);
-    EXPECT_STREQ(table[0].text, "DEF");
-    EXPECT_STREQ(table[27].text, "Separator");
-    for (std::size_t i = 0; i < rows; ++i) {
-        if (std::string(table[i].text) == "rotation") {
-            EXPECT_EQ(table[i].code, 1079);
-        }
-        EXPECT_NE(table[i].code, 1101);
-    }
 }
 
 TEST(VrmlLexerDeath, OverlongNumbersAndIdentifiersEndTheProcess) {
