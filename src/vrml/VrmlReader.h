@@ -111,13 +111,14 @@ public:
     // Records parsed so far plus the points and triangles they hold.
     std::uint64_t sceneSize() const;
 
-    // Reads one raw token into `token` (comments included). Public for the
-    // lexer's tests.
+private:
+    // Reads one raw token into `token`, comments included (code 1023).
     int readRawToken(VrmlToken& token);
 
-private:
-    // Byte source with one character of push-back; -1 is the end of the
-    // input, which a 0xFF byte also reads as.
+    // Byte source with one character of push-back; bytes come back as
+    // signed chars, so -1 is both the end of the file and a 0xFF byte.
+    // Lines are counted as bytes leave the file, so a pushed-back line feed
+    // counts once.
     int readChar() {
         if (hasPushBack_) {
             hasPushBack_ = false;

@@ -72,19 +72,19 @@ namespace {
 // returns no node: the failing nodes never received a type and the failing
 // groups dropped their children, so nothing reaches the mesh.
 void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
-    VrmlReader& reader = vrmlReader();
     try {
+        VrmlReader& reader = vrmlReader();
         reader.clearEndOfInput();
         reader.open(path);
         const VrmlNode* top = reader.parseNode(0);
         appendSceneToMesh(top, mesh, expansionBudget(reader.sceneSize()));
+        reader.close();
+        reader.releaseScene();
     } catch (const std::bad_alloc&) {
-        // Memory ran out for a record, a value array or the mesh: the reader
-        // has always ended the process here.
+        // Memory ran out for the reader, a record, a value array or the
+        // mesh: the reader has always ended the process here.
         std::exit(-1);
     }
-    reader.close();
-    reader.releaseScene();
 }
 
 }  // namespace
