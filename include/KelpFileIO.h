@@ -49,4 +49,10 @@ KELP_FILEIO_API bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh)
 // appended before a failure stays. Does not switch the locale.
 KELP_FILEIO_API bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh);
 
+// VRML 1.0 text ("#VRML V1.0" header): appends the points of the Coordinate3
+// nodes and the triangles of the IndexedFaceSet nodes of the file's first node
+// to `mesh`, untransformed and with indices as written. Always true; another
+// version, a missing file or a parse error add nothing.
+KELP_FILEIO_API bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh);
+
 }  // namespace KelpGraphic

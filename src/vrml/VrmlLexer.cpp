@@ -1,0 +1,319 @@
+// The token layer of the VRML reader: bytes with one character of push-back,
+// line counting, tokens with one token of look-ahead, and the error text.
+#include "vrml/VrmlKeywords.h"
+#include "vrml/VrmlReader.h"
+
+#include <charconv>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+
+namespace KelpVrml {
+
+namespace {
+
+constexpr const char* kNoError = "no vrml error";
+constexpr std::size_t kInputChunk = 1 << 16;
+
+bool isDigit(int c) { return c >= '0' && c <= '9'; }
+bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isWhitespace(int c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+
+// A number or identifier that does not fit the token buffer ends the process
+// without a message, as a failed range check of the buffer index does.
+[[noreturn]] void tokenBufferOverrun() { std::abort(); }
+
+float floatFromBits(std::uint32_t bits) {
+    float value;
+    static_assert(sizeof value == sizeof bits);
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+constexpr float kPowersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
+
+// "%f" on a text made of '-', '.' and digits: an optional '-', digits with at
+// most one point, and whatever follows ignored. Short numbers are converted
+// exactly in float arithmetic (both operands exact, one correctly rounded
+// operation); the rest go through from_chars, and what from_chars refuses to
+// round (overflow, underflow) through sscanf itself.
+bool convertDecimal(const char* text, float& value) {
+    const char* p = text;
+    const bool negative = *p == '-';
+    if (negative) ++p;
+    std::uint64_t mantissa = 0;
+    int fractionDigits = 0;
+    bool digits = false;
+    bool exact = true;
+    for (; isDigit(*p); ++p) {
+        digits = true;
+        if (mantissa < (std::uint64_t{1} << 59))
+            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+        else
+            exact = false;
+    }
+    if (*p == '.') {
+        for (++p; isDigit(*p); ++p) {
+            digits = true;
+            ++fractionDigits;
+            if (mantissa < (std::uint64_t{1} << 59))
+                mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+            else
+                exact = false;
+        }
+    }
+    if (!digits) return false;
+    float magnitude;
+    if (exact && fractionDigits == 0) {
+        magnitude = static_cast<float>(mantissa);
+    } else if (exact && mantissa <= (1u << 24) && fractionDigits <= 10) {
+        magnitude = static_cast<float>(mantissa) / kPowersOfTen[fractionDigits];
+    } else {
+        const char* const end = text + std::strlen(text);
+        float parsed = 0.0f;
+        const auto result = std::from_chars(text, end, parsed, std::chars_format::fixed);
+        if (result.ec == std::errc()) {
+            value = parsed;
+            return true;
+        }
+        return std::sscanf(text, "%f", &value) == 1;
+    }
+    value = negative ? -magnitude : magnitude;
+    return true;
+}
+
+// "%o": octal digits from the start; the integer's bits become the float.
+bool convertOctal(const char* text, float& value) {
+    std::uint32_t bits = 0;
+    int length = 0;
+    while (text[length] >= '0' && text[length] <= '7') {
+        if (length == 10) {
+            unsigned int scanned = 0;
+            if (std::sscanf(text, "%o", &scanned) != 1) return false;
+            value = floatFromBits(scanned);
+            return true;
+        }
+        bits = bits * 8 + static_cast<unsigned>(text[length] - '0');
+        ++length;
+    }
+    value = floatFromBits(bits);
+    return true;
+}
+
+// "%x": rare enough for the C library itself.
+bool convertHex(const char* text, float& value) {
+    unsigned int scanned = 0;
+    if (std::sscanf(text, "%x", &scanned) != 1) return false;
+    value = floatFromBits(scanned);
+    return true;
+}
+
+std::string formatText(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    va_list again;
+    va_copy(again, args);
+    const int length = std::vsnprintf(nullptr, 0, format, args);
+    va_end(args);
+    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0u, '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
+}
+
+}  // namespace
+
+VrmlReader::VrmlReader() : buffer_(new unsigned char[kInputChunk]), errorText_(kNoError) {}
+
+VrmlReader::~VrmlReader() { close(); }
+
+bool VrmlReader::refill() {
+    if (!file_) return false;
+    bufferPos_ = 0;
+    bufferLength_ = std::fread(buffer_.get(), 1, kInputChunk, file_);
+    return bufferLength_ != 0;
+}
+
+void VrmlReader::close() {
+    if (file_) std::fclose(file_);
+    file_ = nullptr;
+    bufferPos_ = bufferLength_ = 0;
+}
+
+int VrmlReader::open(const char* path) {
+    close();
+    releaseScene();
+    line_ = 1;
+    hasPushBack_ = false;
+    errorText_ = kNoError;
+    *current_ = VrmlToken{};
+    *lookAhead_ = VrmlToken{};
+    path_ = path;
+    file_ = std::fopen(path, "r");
+    if (!file_) {
+        errorBuffer_ = formatText("cannot open vrml file %s", path);
+        errorText_ = errorBuffer_.c_str();
+        return 0;
+    }
+    int code;
+    do code = readRawToken(*lookAhead_);
+    while (code == kTokenComment);
+    if (code < 0) {
+        errorBuffer_ = formatText("vrml file %s has invalid content", path);
+        errorText_ = errorBuffer_.c_str();
+        return 0;
+    }
+    return 1;
+}
+
+int VrmlReader::nextToken() {
+    std::swap(current_, lookAhead_);
+    int code;
+    do code = readRawToken(*lookAhead_);
+    while (code == kTokenComment);
+    return current_->code;
+}
+
+void VrmlReader::setError(const char* message) {
+    errorBuffer_ = message;
+    errorText_ = errorBuffer_.c_str();
+}
+
+void VrmlReader::setErrorWithLine(const char* message) {
+    errorBuffer_ = formatText("file \"%s\" line %d: %s", path_.c_str(), line_, message);
+    errorText_ = errorBuffer_.c_str();
+}
+
+int VrmlReader::expectOpenBrace() {
+    const int code = nextToken();
+    if (code < 0) return 0;
+    if (code == '{') return 1;
+    errorBuffer_ = formatText("file \"%s\" line %d: '%c'", path_.c_str(), line_, '{');
+    errorText_ = errorBuffer_.c_str();
+    return 0;
+}
+
+int VrmlReader::readRawToken(VrmlToken& token) {
+    token.text[0] = '\0';
+    token.value = 0.0f;
+    token.code = kTokenEnd;
+    if (endOfInput_) return kTokenEnd;
+
+    int c;
+    do c = readChar();
+    while (isWhitespace(c));
+
+    if (c == -1) {
+        endOfInput_ = true;
+        return kTokenEnd;
+    }
+    if (c == 0) return kTokenEnd;
+    if (c == '#') {
+        for (;;) {
+            c = readChar();
+            if (c == '\n' || c == 0) return token.code = kTokenComment;
+            if (c == -1) {
+                endOfInput_ = true;
+                return kTokenEnd;
+            }
+        }
+    }
+    if (c == '"') return token.code = readString(token);
+    if (c == '-' || c == '.' || isDigit(c)) return token.code = readNumber(token, c);
+    if (isLetter(c) || c == '_') return token.code = readIdentifier(token, c);
+    return token.code = c;
+}
+
+int VrmlReader::readNumber(VrmlToken& token, int first) {
+    enum class Format { Decimal, Octal, Hex } format = first == '0' ? Format::Octal : Format::Decimal;
+    bool sawX = false;
+    char* const text = token.text;
+    int length = 0;
+    text[length++] = static_cast<char>(first);
+    for (;;) {
+        const int c = readChar();
+        if (!(c == '-' || c == '.' || isDigit(c) || (c == 'x' && length == 1))) {
+            pushBack(c);
+            break;
+        }
+        if (length == kTokenBufferSize - 1) tokenBufferOverrun();
+        text[length++] = static_cast<char>(c);
+        if (c == 'x') {
+            format = Format::Hex;
+            sawX = true;
+        } else if (c == '.') {
+            format = Format::Decimal;
+        }
+    }
+    text[length] = '\0';
+
+    bool converted;
+    switch (format) {
+    case Format::Octal: converted = convertOctal(text, token.value); break;
+    case Format::Hex: converted = convertHex(text, token.value); break;
+    default:
+        // A decimal text with an 'x' in it ("0x.8") is a hexadecimal float
+        // to "%f"; only the C library reads those.
+        converted = sawX ? std::sscanf(text, "%f", &token.value) == 1 : convertDecimal(text, token.value);
+        break;
+    }
+    if (!converted) {
+        setError("Number format error");
+        return kTokenBadNumber;
+    }
+    return kTokenNumber;
+}
+
+int VrmlReader::readIdentifier(VrmlToken& token, int first) {
+    char* const text = token.text;
+    int length = 0;
+    text[length++] = static_cast<char>(first);
+    for (;;) {
+        const int c = readChar();
+        if (!(isLetter(c) || isDigit(c) || c == '_')) {
+            pushBack(c);
+            break;
+        }
+        if (length == kTokenBufferSize - 1) tokenBufferOverrun();
+        text[length++] = static_cast<char>(c);
+    }
+    text[length] = '\0';
+    return lookupVrmlKeyword(text, static_cast<std::size_t>(length));
+}
+
+// A string takes at most 511 positions of the token buffer; a backslash uses
+// one position without storing anything (the text is kept compacted) and
+// the character after it is stored as it stands. The closing quote may be the
+// 512th character read; anything else there is left for the next tokens.
+int VrmlReader::readString(VrmlToken& token) {
+    char* const text = token.text;
+    int stored = 0;
+    int positions = 0;
+    bool escaped = false;
+    for (;;) {
+        const int c = readChar();
+        if (c == -1) {
+            pushBack(c);
+            break;
+        }
+        if (c == '"' && !escaped) break;
+        if (positions == kTokenBufferSize - 1) {
+            pushBack(c);
+            break;
+        }
+        ++positions;
+        if (escaped) {
+            text[stored++] = static_cast<char>(c);
+            escaped = false;
+        } else if (c == '\\') {
+            escaped = true;
+        } else {
+            text[stored++] = static_cast<char>(c);
+        }
+    }
+    text[stored] = '\0';
+    return kTokenString;
+}
+
+}  // namespace KelpVrml

@@ -1,0 +1,220 @@
+// VRML 1.0 reading: one reader object that holds the whole state of a read,
+// from the bytes of the file through the tokens to the parsed node records.
+//
+// The reader is not re-entrant. `KelpReadWrl` uses one process-wide instance
+// (`vrmlReader()`), so that the text of the last error stays readable after a
+// read; tests may build their own instances to drive the layers directly.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace KelpVrml {
+
+// Token codes besides single characters (which come back as their own,
+// signed, byte value) and the keyword codes of VrmlKeywords.h.
+enum VrmlTokenCode : int {
+    kTokenEnd = 0,
+    kTokenBadNumber = -1,
+    kTokenIdentifier = 1021,
+    kTokenNumber = 1022,
+    kTokenComment = 1023,
+    kTokenString = 1133,
+};
+
+// Numbers, identifiers and strings are collected in a buffer of this size.
+inline constexpr int kTokenBufferSize = 512;
+// DEF names keep at most this many characters.
+inline constexpr int kNameLength = 24;
+// Group nodes nested deeper than this fail the parse instead of recursing on.
+inline constexpr int kMaxGroupDepth = 1000;
+
+struct VrmlToken {
+    int code = kTokenEnd;
+    float value = 0.0f;
+    char text[kTokenBufferSize] = {};
+};
+
+// One field of a node: its keyword code and its 32-bit values. A field that
+// holds a single enum word, boolean, integer or float keeps it in `word`
+// (float as bits); lists keep theirs in the arrays. `count` is the number of
+// 32-bit values, not of vectors.
+struct VrmlField {
+    int kind = 0;
+    int count = 0;
+    std::uint32_t word = 0;
+    std::vector<float> floats;
+    std::vector<std::int32_t> ints;
+    std::vector<std::string> strings;
+};
+
+struct VrmlNode {
+    int type = 0;
+    char name[kNameLength + 1] = {};
+    int isReference = 0;
+    std::vector<VrmlField> fields;
+    std::vector<VrmlNode*> children;
+};
+
+struct VrmlDefEntry {
+    char name[kNameLength + 1] = {};
+    VrmlNode* node = nullptr;
+    VrmlDefEntry* next = nullptr;  // the entry defined before this one
+};
+
+struct VrmlFieldSpec;
+struct VrmlNodeSpec;
+
+class VrmlReader {
+public:
+    VrmlReader();
+    ~VrmlReader();
+    VrmlReader(const VrmlReader&) = delete;
+    VrmlReader& operator=(const VrmlReader&) = delete;
+
+    // --- Token layer -----------------------------------------------------
+
+    // Resets the reader (line 1, empty DEF table, no error), opens `path`
+    // and reads the first look-ahead token. Returns 1, or 0 with an error
+    // text when the file does not open or starts with a bad token.
+    int open(const char* path);
+    // Closes the file; the parsed records stay until releaseScene().
+    void close();
+    // Clears the end-of-input flag, as each read does before it opens.
+    void clearEndOfInput() { endOfInput_ = false; }
+
+    // Consumes the look-ahead token and returns its code; the next
+    // non-comment token becomes the look-ahead.
+    int nextToken();
+    const VrmlToken& current() const { return *current_; }
+    const VrmlToken& lookAhead() const { return *lookAhead_; }
+    int line() const { return line_; }
+    bool atEndOfInput() const { return endOfInput_; }
+
+    // The last error as formatted text, or "no vrml error".
+    const char* errorText() const { return errorText_; }
+
+    // --- Node layer ------------------------------------------------------
+
+    // Parses one node; null on failure (the error text says why). Depth 0 is
+    // the top node; a missing "}" is only an error below it.
+    VrmlNode* parseNode(int depth);
+
+    // Frees every node record and the DEF table.
+    void releaseScene();
+    // Records parsed so far plus the points and triangles they hold.
+    std::uint64_t sceneSize() const;
+
+private:
+    // Reads one raw token into `token`, comments included (code 1023).
+    int readRawToken(VrmlToken& token);
+
+    // Byte source with one character of push-back; bytes come back as
+    // signed chars, so -1 is both the end of the file and a 0xFF byte.
+    // Lines are counted as bytes leave the file, so a pushed-back line feed
+    // counts once.
+    int readChar() {
+        if (hasPushBack_) {
+            hasPushBack_ = false;
+            return pushBack_;
+        }
+        if (bufferPos_ == bufferLength_ && !refill()) return -1;
+        const int c = static_cast<signed char>(buffer_[bufferPos_++]);
+        if (c == '\n') ++line_;
+        return c;
+    }
+    void pushBack(int c) {
+        hasPushBack_ = true;
+        pushBack_ = c;
+    }
+    bool refill();
+
+    int readNumber(VrmlToken& token, int first);
+    int readIdentifier(VrmlToken& token, int first);
+    int readString(VrmlToken& token);
+
+    void setError(const char* message);
+    void setErrorWithLine(const char* message);
+    int expectOpenBrace();
+
+    bool parseKnownNode(const VrmlNodeSpec& spec, int depth);
+    bool parseLeafBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields);
+    bool parseGroupBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields,
+                        std::vector<VrmlNode*>& children, int depth);
+    bool readFieldValue(const VrmlFieldSpec& spec, VrmlField& field);
+    bool readOneNumber(float& value);
+    bool readNumbers(int n, std::vector<float>& out);
+    bool readVectorList(VrmlField& field);
+    bool readIntegerList(VrmlField& field);
+    bool readFloatList(VrmlField& field);
+    bool readStringList(VrmlField& field);
+    bool readOneString(VrmlField& field);
+    bool readEnumWord(VrmlField& field);
+    bool readImage(VrmlField& field);
+    bool endedInsideNode(int code) const { return code < 0 || (code == kTokenEnd && endOfInput_); }
+
+    VrmlNode* storeCompletedNode(bool defSeen);
+    VrmlDefEntry* findDef(const char* name) const;
+
+    // Input.
+    std::FILE* file_ = nullptr;
+    std::unique_ptr<unsigned char[]> buffer_;
+    std::size_t bufferPos_ = 0;
+    std::size_t bufferLength_ = 0;
+    bool endOfInput_ = false;
+    bool hasPushBack_ = false;
+    int pushBack_ = 0;
+    int line_ = 1;
+    std::string path_;
+
+    // Tokens: two slots that trade places as tokens are consumed.
+    VrmlToken slots_[2];
+    VrmlToken* current_ = &slots_[0];
+    VrmlToken* lookAhead_ = &slots_[1];
+
+    // Errors.
+    const char* errorText_;
+    std::string errorBuffer_;
+
+    // Nodes: the one under construction, the group nodes' saved copies of it,
+    // every record made during the read, and the DEF table (newest first,
+    // with an index by name for the lookups of USE).
+    VrmlNode building_;
+    std::vector<VrmlNode> savedBuilding_;
+    std::vector<std::unique_ptr<VrmlNode>> records_;
+    std::deque<VrmlDefEntry> defEntries_;
+    VrmlDefEntry* defHead_ = nullptr;
+    std::unordered_map<std::string_view, VrmlDefEntry*> defIndex_;
+};
+
+// The reader that KelpReadWrl uses.
+VrmlReader& vrmlReader();
+
+// Test hook: the error text that the last KelpReadWrl left behind.
+const char* lastVrmlError();
+
+}  // namespace KelpVrml
+
+namespace KelpCore {
+class KelpTriMesh;
+}
+
+namespace KelpVrml {
+
+// Appends the points of Coordinate3 records and the triangles of
+// IndexedFaceSet records under `node` (depth first, pre-order) to the mesh.
+// Every visited record costs one unit of `budget`, every point and triangle
+// one more; the walk stops before a record that would overdraw it (returning
+// false), so that USE chains cannot expand a small file without bound.
+bool appendSceneToMesh(const VrmlNode* node, KelpCore::KelpTriMesh& mesh, std::uint64_t budget);
+
+// The budget KelpReadWrl grants a scene of `sceneSize` units.
+std::uint64_t expansionBudget(std::uint64_t sceneSize);
+
+}  // namespace KelpVrml
