@@ -19,6 +19,7 @@ const std::vector<Format>& formats() {
     static const std::vector<Format> table = {
         {"obj", {".obj"}, Container::Mesh, KelpReadObj, nullptr, KelpWriteObj, nullptr},
         {"ply", {".ply"}, Container::Mesh, KelpReadPly, nullptr, nullptr, nullptr},
+        {"wrl", {".wrl", ".vrml"}, Container::Mesh, KelpReadWrl, nullptr, nullptr, nullptr},
         {"3ds", {".3ds"}, Container::Mesh, KelpRead3ds, nullptr, nullptr, nullptr},
         {"dxf", {".dxf"}, Container::Points, nullptr, KelpReadDxf, nullptr, nullptr},
         {"asc", {".asc"}, Container::Points, nullptr, KelpReadAsc, nullptr, KelpWriteAsc},
