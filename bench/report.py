@@ -100,15 +100,24 @@ def load_runs(results):
                 data = json.load(handle)
         except (OSError, ValueError):
             continue
-        for b in data.get("benchmarks", []):
-            if b.get("run_type", "iteration") != "iteration" or b.get("error_occurred"):
+        entries = data.get("benchmarks", [])
+        # With repetitions, the median of each benchmark stands for it.
+        medians = {b["run_name"] for b in entries if b.get("aggregate_name") == "median"}
+        for b in entries:
+            if b.get("error_occurred"):
+                continue
+            if b.get("run_type") == "aggregate":
+                if b.get("aggregate_name") != "median":
+                    continue
+            elif b.get("run_name", b["name"]) in medians:
                 continue
             scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[b.get("time_unit", "ns")]
             runs.append(dict(program=program, name=b["name"], label=b.get("label", ""),
                              family=b.get("run_name", b["name"]).split("/")[0],
                              real=b["real_time"] * scale, cpu=b["cpu_time"] * scale,
                              iterations=b.get("iterations", 0), triangles=b.get("triangles"),
-                             bytes_per_second=b.get("bytes_per_second")))
+                             bytes_per_second=b.get("bytes_per_second"),
+                             file_bytes=b.get("file_bytes")))
     return runs
 
 
@@ -118,7 +127,7 @@ def load_peaks(results):
     if os.path.exists(path):
         for line in open(path):
             line = line.strip()
-            if line:
+            if line.startswith("{"):  # readers may print their own diagnostics
                 p = json.loads(line)
                 peaks[(p["reader"], os.path.basename(p["file"]))] = p
     return peaks
@@ -356,8 +365,9 @@ class Report:
         self.out("## Scaling")
         self.out()
         self.out("Time per triangle (CPU) for the same read at each size; a flat row means the cost grows "
-                 "linearly. Peers run up to 10^6 triangles only (their 10^7 runs alone would take minutes "
-                 "and many gigabytes).")
+                 "linearly once the file's bytes per triangle are taken into account (the indices get longer "
+                 "as the files grow; the row \"file bytes per triangle\" shows by how much). At 10^7 a read "
+                 "runs once per repetition, so that column is the noisiest.")
         self.out()
         families = {}
         for run in self.scaling:
@@ -380,6 +390,11 @@ class Report:
                     cells.append(f"{run['cpu'] / s * 1e9:.0f} ns" if run else "–")
                 name = {"kelp": "KelpFileIO", "floor": "floor"}.get(role, role)
                 self.out(f"| {name} | " + " | ".join(cells) + " |")
+            sizes_row = []
+            for s in sizes:
+                run = next((r[s] for r in roles.values() if s in r), None)
+                sizes_row.append(f"{run['file_bytes'] / s:.0f} B" if run and run.get("file_bytes") else "–")
+            self.out("| file bytes per triangle | " + " | ".join(sizes_row) + " |")
             self.out()
         self.scaling_families = families
 
