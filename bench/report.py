@@ -366,7 +366,9 @@ class Report:
         self.out()
         self.out("Time per triangle (CPU) for the same read at each size; a flat row means the cost grows "
                  "linearly once the file's bytes per triangle are taken into account (the indices get longer "
-                 "as the files grow; the row \"file bytes per triangle\" shows by how much). At 10^7 a read "
+                 "as the files grow; the row \"file bytes per triangle\" shows by how much). The floor's own "
+                 "cost per byte rises at the larger sizes, where the buffers outgrow the caches and every "
+                 "page of fresh memory is faulted in, so compare each row with the floor row. At 10^7 a read "
                  "runs once per repetition, so that column is the noisiest.")
         self.out()
         families = {}
