@@ -463,7 +463,12 @@ class Report:
             for title, roles_ in self.scaling_families.items():
                 run_by_size = roles_.get("kelp", {})
                 xs = sorted(run_by_size)
-                ax2.plot(xs, [run_by_size[s]["cpu"] / s * 1e9 for s in xs], marker="o", label=f"KelpFileIO {title}")
+                line, = ax2.plot(xs, [run_by_size[s]["cpu"] / s * 1e9 for s in xs], marker="o",
+                                 label=f"KelpFileIO {title}")
+                floor_by_size = roles_.get("floor", {})
+                fx = sorted(floor_by_size)
+                ax2.plot(fx, [floor_by_size[s]["cpu"] / s * 1e9 for s in fx], linestyle="--", marker=".",
+                         color=line.get_color(), alpha=0.6, label=f"floor, {title.split(' read')[0]} file")
             ax2.set_xscale("log")
             ax2.set_yscale("log")
             ax2.set_xlabel("triangles")
