@@ -14,6 +14,9 @@ public:
     ScanCursor(const char* begin, const char* end, char decimalPoint)
         : cursor_(begin), end_(end), decimalPoint_(decimalPoint) {}
 
+    // Where the next read starts.
+    const char* position() const { return cursor_; }
+
     // The end-of-file indicator: set once a read was attempted at the end.
     bool atEnd() const { return eof_; }
 
