@@ -8,8 +8,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
+
+#include <sys/mman.h>
 
 namespace KelpStl {
 
@@ -35,67 +39,128 @@ inline std::uint64_t hashOf(const PositionBits& bits) {
     return h;
 }
 
-// Maps position bits to survivor numbers. A slot keeps the key beside the
-// number so that a probe touches one cache line.
+// Survivor numbers stay below the vertex count, which is at most 2^32 - 1.
+constexpr std::uint32_t kEmpty = 0xFFFFFFFFu;
+
+// Position bits with the survivor number they map to: the entries of the
+// recent-position cache below.
+struct Slot {
+    std::uint64_t xy;
+    std::uint32_t z;
+    std::uint32_t index;
+    bool holds(const PositionBits& bits) const { return xy == bits.xy && z == bits.z; }
+};
+
+inline bool samePosition(const KelpCore::Vec3f& a, const PositionBits& bits) {
+    const PositionBits other = bitsOf(a);
+    return other.xy == bits.xy && other.z == bits.z;
+}
+
+// All positions seen so far, as survivor numbers in an open-addressing table
+// with linear probing. A slot holds 32 more hash bits beside the number, so
+// that the survivor's position is looked at only when those bits agree; eight
+// bytes per slot keep the table small enough to stay in cache while the soup
+// streams past. Doubled when it is five-eighths full.
 class PositionTable {
 public:
-    explicit PositionTable(std::size_t expected) {
-        std::size_t capacity = 64;
+    PositionTable(std::size_t expected, std::vector<KelpCore::Vec3f>& survivors) : survivors_(survivors) {
+        std::size_t capacity = 1024;
         while (capacity < expected) capacity *= 2;
-        slots_.assign(capacity, Slot{0, 0, kEmpty});
+        slots_.reset(capacity);
         mask_ = capacity - 1;
     }
 
-    const void* slotAddress(const PositionBits& bits) const { return &slots_[hashOf(bits) & mask_]; }
+    const void* slotAddress(std::uint64_t hash) const { return &slots_[hash & mask_]; }
 
-    // The survivor number of `bits`, inserting `candidate` when the bits are new.
-    std::uint32_t findOrInsert(const PositionBits& bits, std::uint32_t candidate, bool& inserted) {
-        std::size_t i = hashOf(bits) & mask_;
+    // The survivor number of `position` (whose bits and hash are given); a new
+    // position becomes the next survivor.
+    std::uint32_t findOrAdd(const KelpCore::Vec3f& position, const PositionBits& bits, std::uint64_t hash) {
+        const auto tag = static_cast<std::uint32_t>(hash >> 32);
+        std::size_t i = hash & mask_;
         for (;;) {
-            Slot& slot = slots_[i];
-            if (slot.index == kEmpty) break;
-            if (slot.xy == bits.xy && slot.z == bits.z) {
-                inserted = false;
-                return slot.index;
-            }
+            const Entry& entry = slots_[i];
+            if (entry.index == kEmpty) break;
+            if (entry.tag == tag && samePosition(survivors_[entry.index], bits)) return entry.index;
             i = (i + 1) & mask_;
         }
-        inserted = true;
-        slots_[i] = Slot{bits.xy, bits.z, candidate};
+        const auto added = static_cast<std::uint32_t>(survivors_.size());
+        survivors_.push_back(position);
+        slots_[i] = Entry{tag, added};
         if (++size_ * 8 > slots_.size() * 5) grow();
-        return candidate;
+        return added;
     }
 
 private:
-    // Survivor numbers stay below the vertex count, which is at most 2^32 - 1.
-    static constexpr std::uint32_t kEmpty = 0xFFFFFFFFu;
-    struct Slot {
-        std::uint64_t xy;
-        std::uint32_t z;
+    struct Entry {
+        std::uint32_t tag;
         std::uint32_t index;
     };
 
     void grow() {
-        std::vector<Slot> old(slots_.size() * 2, Slot{0, 0, kEmpty});
-        old.swap(slots_);
+        EntryBlock old(std::move(slots_));
+        slots_.reset(old.size() * 2);
         mask_ = slots_.size() - 1;
-        for (const Slot& slot : old) {
-            if (slot.index == kEmpty) continue;
-            std::size_t i = hashOf(PositionBits{slot.xy, slot.z}) & mask_;
+        for (std::size_t e = 0; e < old.size(); ++e) {
+            const Entry& entry = old[e];
+            if (entry.index == kEmpty) continue;
+            // The table hash is not stored whole; the survivor's bits give it again.
+            std::size_t i = hashOf(bitsOf(survivors_[entry.index])) & mask_;
             while (slots_[i].index != kEmpty) i = (i + 1) & mask_;
-            slots_[i] = slot;
+            slots_[i] = entry;
         }
     }
 
-    std::vector<Slot> slots_;
+    // The slots live in their own block, aligned and marked for huge pages
+    // where the system offers them: the probes land at random, and with 4 KiB
+    // pages most of them would also miss the address translation cache.
+    class EntryBlock {
+    public:
+        EntryBlock() = default;
+        EntryBlock(EntryBlock&& other) noexcept : entries_(other.entries_), size_(other.size_) {
+            other.entries_ = nullptr;
+            other.size_ = 0;
+        }
+        EntryBlock& operator=(EntryBlock&&) = delete;
+        ~EntryBlock() { std::free(entries_); }
+
+        void reset(std::size_t size) {
+            std::free(entries_);
+            entries_ = nullptr;
+            size_ = 0;
+            constexpr std::size_t kHugePage = std::size_t{2} << 20;
+            const std::size_t bytes = size * sizeof(Entry);
+            void* block = bytes >= kHugePage ? std::aligned_alloc(kHugePage, (bytes + kHugePage - 1) / kHugePage * kHugePage)
+                                             : std::malloc(bytes);
+            if (!block) throw std::bad_alloc();
+#ifdef MADV_HUGEPAGE
+            if (bytes >= kHugePage) madvise(block, bytes, MADV_HUGEPAGE);
+#endif
+            entries_ = static_cast<Entry*>(block);
+            size_ = size;
+            std::fill(entries_, entries_ + size_, Entry{0, kEmpty});
+        }
+        std::size_t size() const { return size_; }
+        Entry& operator[](std::size_t i) { return entries_[i]; }
+        const Entry& operator[](std::size_t i) const { return entries_[i]; }
+
+    private:
+        Entry* entries_ = nullptr;
+        std::size_t size_ = 0;
+    };
+
+    std::vector<KelpCore::Vec3f>& survivors_;
+    EntryBlock slots_;
     std::size_t mask_ = 0;
     std::size_t size_ = 0;
 };
 
-// How far ahead the next table slots are prefetched; lookups are independent,
-// so their cache misses overlap.
-constexpr std::size_t kPrefetchAhead = 16;
-
+// A small direct-mapped cache of recent positions in front of the table. A
+// soup repeats each corner within a few rings of triangles, so most lookups end
+// here, in cache, and only first appearances and far repeats reach the table.
+constexpr unsigned kRecentBits = 13;
+// How far ahead table slots are prefetched for positions the cache lacks;
+// those lookups are independent, so their memory accesses overlap.
+constexpr std::size_t kAhead = 16;
 }  // namespace
 
 void weldSoup(KelpCore::KelpTriMesh* mesh) {
@@ -105,21 +170,43 @@ void weldSoup(KelpCore::KelpTriMesh* mesh) {
 
     // Face k is rebuilt from soup vertices 3k, 3k+1, 3k+2 in the same pass
     // that numbers the survivors, so no per-vertex index array is needed.
-    std::vector<KelpCore::Vec3u> faces(faceTotal);
+    std::vector<KelpCore::Vec3u> faces;
+    faces.reserve(faceTotal);
     std::vector<KelpCore::Vec3f> survivors;
     survivors.reserve(vertexTotal / 4 + 1);
-    PositionTable table(vertexTotal / 4);
+    PositionTable table(vertexTotal / 4, survivors);
+    std::vector<Slot> recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty});
+    const auto recentOf = [&](std::uint64_t hash) -> Slot& { return recent[hash >> (64 - kRecentBits)]; };
 
     const std::size_t cornerTotal = 3 * static_cast<std::size_t>(faceTotal);
+    KelpCore::Vec3u corner{};
+    std::uint64_t hashes[kAhead];
+    for (std::size_t v = 0; v < std::min(vertexTotal, kAhead); ++v) hashes[v] = hashOf(bitsOf(soup[v]));
     for (std::size_t v = 0; v < vertexTotal; ++v) {
-        if (v + kPrefetchAhead < vertexTotal) __builtin_prefetch(table.slotAddress(bitsOf(soup[v + kPrefetchAhead])));
-        bool inserted;
-        const std::uint32_t index = table.findOrInsert(bitsOf(soup[v]), static_cast<std::uint32_t>(survivors.size()), inserted);
-        if (inserted) survivors.push_back(soup[v]);
-        if (v < cornerTotal) faces[v / 3][v % 3] = index;
+        const std::uint64_t hash = hashes[v % kAhead];
+        if (v + kAhead < vertexTotal) {
+            const PositionBits ahead = bitsOf(soup[v + kAhead]);
+            const std::uint64_t aheadHash = hashOf(ahead);
+            hashes[v % kAhead] = aheadHash;
+            if (!recentOf(aheadHash).holds(ahead)) __builtin_prefetch(table.slotAddress(aheadHash));
+        }
+        const PositionBits bits = bitsOf(soup[v]);
+        Slot& cached = recentOf(hash);
+        std::uint32_t index;
+        if (cached.index != kEmpty && cached.holds(bits)) {
+            index = cached.index;
+        } else {
+            index = table.findOrAdd(soup[v], bits, hash);
+            cached = Slot{bits.xy, bits.z, index};
+        }
+        corner[v % 3] = index;
+        if (v % 3 == 2 && faces.size() < faceTotal) faces.push_back(corner);
     }
     // Corners past the vertex array (3 n wrapped in 32 bits) name no vertex.
-    for (std::size_t corner = vertexTotal; corner < cornerTotal; ++corner) faces[corner / 3][corner % 3] = kNoVertex;
+    for (std::size_t v = vertexTotal; v < cornerTotal; ++v) {
+        corner[v % 3] = kNoVertex;
+        if (v % 3 == 2) faces.push_back(corner);
+    }
 
     mesh->reset();
 
