@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <vector>
 
 namespace KelpStl {
@@ -54,7 +55,7 @@ private:
 
 }  // namespace
 
-bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
+bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh, bool weld) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
     if (!file) return false;  // the locale stays switched on this path
@@ -72,6 +73,18 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
 
     SoupStore soup(*mesh);
     const std::uint32_t visited = visitedTriangles(count);
+
+    // Welding follows the soup as it is stored, block by block.
+    const std::size_t vertexTotal = mesh->vertices.size();
+    std::unique_ptr<SoupWelder> welder;
+    if (weld) welder = std::make_unique<SoupWelder>(vertexTotal, count);
+    std::size_t welded = 0;
+    const auto weldUpTo = [&](std::uint64_t end) {
+        const std::size_t stop = static_cast<std::size_t>(std::min<std::uint64_t>(end, vertexTotal));
+        if (welder && stop > welded) welder->addRun(mesh->vertices.data() + welded, stop - welded);
+        welded = std::max(welded, stop);
+    };
+
     // Corners of the last triangle read in full; zero before the first one.
     unsigned char lastCorners[36] = {};
     std::vector<unsigned char> block;
@@ -84,6 +97,7 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
         for (std::size_t r = 0; r < whole; ++r) soup.triangle(next + static_cast<std::uint32_t>(r), block.data() + r * kRecordBytes + 12);
         if (whole > 0) std::memcpy(lastCorners, block.data() + (whole - 1) * kRecordBytes + 12, 36);
         next += static_cast<std::uint32_t>(whole);
+        weldUpTo(3ull * next);
         if (whole == want) continue;
         // The file ended inside this block. A record cut after its corners
         // still delivered them; one cut earlier leaves the previous corners.
@@ -93,10 +107,12 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
         break;
     }
     for (; next < visited; ++next) soup.triangle(next, lastCorners);
+    weldUpTo(vertexTotal);
 
     file.reset();
     KelpFrame::switchToCLocale();
     std::printf("OpenBinary::read end\n");
+    if (welder) welder->finish(mesh);
     return true;
 }
 

@@ -43,7 +43,10 @@ bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     }
     KelpFrame::switchToCLocale();
 
-    const bool read = binary ? KelpStl::readBinaryStl(path, mesh) : KelpStl::readAsciiStl(path, mesh);
+    // The binary reader always succeeds once the file opened, so it welds
+    // as it reads; the ASCII reader may still fail at its last facet.
+    if (binary) return KelpStl::readBinaryStl(path, mesh, /*weld=*/true);
+    const bool read = KelpStl::readAsciiStl(path, mesh);
     if (read) KelpStl::weldSoup(mesh);
     return read;
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 namespace KelpStl {
 
@@ -25,7 +26,9 @@ bool looksBinary(std::FILE* file);
 // and keep the attribute bits. The binary one fails only when the file cannot
 // be opened; the ASCII one also when a facet's corner does not parse, and then
 // leaves the mesh as it was.
-bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh);
+// With `weld`, the binary reader also welds (as weldSoup would) while each
+// block of the soup is still in cache.
+bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh, bool weld = false);
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // Number of triangles the binary read loop visits for a header count: the loop
@@ -39,6 +42,24 @@ inline std::uint32_t visitedTriangles(std::uint32_t count) {
 // every face from the soup layout (face k from vertices 3k, 3k+1, 3k+2). Calls
 // the mesh's reset() just before it stores the new arrays.
 void weldSoup(KelpCore::KelpTriMesh* mesh);
+
+// The welding of weldSoup fed in pieces: the soup's vertices in index order,
+// then finish() stores the result in the mesh (reset() first) and prints
+// "RemoveRedundant::End".
+class SoupWelder {
+public:
+    SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal);
+    ~SoupWelder();
+    SoupWelder(const SoupWelder&) = delete;
+    SoupWelder& operator=(const SoupWelder&) = delete;
+
+    void addRun(const KelpCore::Vec3f* positions, std::size_t count);
+    void finish(KelpCore::KelpTriMesh* mesh);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
 
 // Face corner value for a soup position that lies beyond the vertex array
 // (only possible when 3 n wrapped in 32 bits): it names no vertex.

@@ -8,12 +8,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <new>
+#include <memory>
 #include <vector>
-
-#include <sys/mman.h>
 
 namespace KelpStl {
 
@@ -66,7 +63,7 @@ public:
     PositionTable(std::size_t expected, std::vector<KelpCore::Vec3f>& survivors) : survivors_(survivors) {
         std::size_t capacity = 1024;
         while (capacity < expected) capacity *= 2;
-        slots_.reset(capacity);
+        slots_.assign(capacity, Entry{0, kEmpty});
         mask_ = capacity - 1;
     }
 
@@ -97,11 +94,10 @@ private:
     };
 
     void grow() {
-        EntryBlock old(std::move(slots_));
-        slots_.reset(old.size() * 2);
+        std::vector<Entry> old(slots_.size() * 2, Entry{0, kEmpty});
+        old.swap(slots_);
         mask_ = slots_.size() - 1;
-        for (std::size_t e = 0; e < old.size(); ++e) {
-            const Entry& entry = old[e];
+        for (const Entry& entry : old) {
             if (entry.index == kEmpty) continue;
             // The table hash is not stored whole; the survivor's bits give it again.
             std::size_t i = hashOf(bitsOf(survivors_[entry.index])) & mask_;
@@ -110,46 +106,8 @@ private:
         }
     }
 
-    // The slots live in their own block, aligned and marked for huge pages
-    // where the system offers them: the probes land at random, and with 4 KiB
-    // pages most of them would also miss the address translation cache.
-    class EntryBlock {
-    public:
-        EntryBlock() = default;
-        EntryBlock(EntryBlock&& other) noexcept : entries_(other.entries_), size_(other.size_) {
-            other.entries_ = nullptr;
-            other.size_ = 0;
-        }
-        EntryBlock& operator=(EntryBlock&&) = delete;
-        ~EntryBlock() { std::free(entries_); }
-
-        void reset(std::size_t size) {
-            std::free(entries_);
-            entries_ = nullptr;
-            size_ = 0;
-            constexpr std::size_t kHugePage = std::size_t{2} << 20;
-            const std::size_t bytes = size * sizeof(Entry);
-            void* block = bytes >= kHugePage ? std::aligned_alloc(kHugePage, (bytes + kHugePage - 1) / kHugePage * kHugePage)
-                                             : std::malloc(bytes);
-            if (!block) throw std::bad_alloc();
-#ifdef MADV_HUGEPAGE
-            if (bytes >= kHugePage) madvise(block, bytes, MADV_HUGEPAGE);
-#endif
-            entries_ = static_cast<Entry*>(block);
-            size_ = size;
-            std::fill(entries_, entries_ + size_, Entry{0, kEmpty});
-        }
-        std::size_t size() const { return size_; }
-        Entry& operator[](std::size_t i) { return entries_[i]; }
-        const Entry& operator[](std::size_t i) const { return entries_[i]; }
-
-    private:
-        Entry* entries_ = nullptr;
-        std::size_t size_ = 0;
-    };
-
     std::vector<KelpCore::Vec3f>& survivors_;
-    EntryBlock slots_;
+    std::vector<Entry> slots_;
     std::size_t mask_ = 0;
     std::size_t size_ = 0;
 };
@@ -157,70 +115,98 @@ private:
 // A small direct-mapped cache of recent positions in front of the table. A
 // soup repeats each corner within a few rings of triangles, so most lookups end
 // here, in cache, and only first appearances and far repeats reach the table.
-constexpr unsigned kRecentBits = 13;
+constexpr unsigned kRecentBits = 12;
 // How far ahead table slots are prefetched for positions the cache lacks;
 // those lookups are independent, so their memory accesses overlap.
-constexpr std::size_t kAhead = 16;
+constexpr std::size_t kAhead = 32;
 }  // namespace
 
-void weldSoup(KelpCore::KelpTriMesh* mesh) {
-    const std::size_t vertexTotal = std::min<std::size_t>(mesh->vertexCount, mesh->vertices.size());
-    const std::uint32_t faceTotal = mesh->faceCount;
-    const KelpCore::Vec3f* const soup = mesh->vertices.data();
+struct SoupWelder::State {
+    State(std::size_t vertexTotal, std::uint32_t faceTotal)
+        : faceTotal(faceTotal), table(vertexTotal / 4, survivors), recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty}) {
+        faces.reserve(faceTotal);
+        survivors.reserve(vertexTotal / 4 + 1);
+    }
 
-    // Face k is rebuilt from soup vertices 3k, 3k+1, 3k+2 in the same pass
-    // that numbers the survivors, so no per-vertex index array is needed.
-    std::vector<KelpCore::Vec3u> faces;
-    faces.reserve(faceTotal);
-    std::vector<KelpCore::Vec3f> survivors;
-    survivors.reserve(vertexTotal / 4 + 1);
-    PositionTable table(vertexTotal / 4, survivors);
-    std::vector<Slot> recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty});
-    const auto recentOf = [&](std::uint64_t hash) -> Slot& { return recent[hash >> (64 - kRecentBits)]; };
+    Slot& recentOf(std::uint64_t hash) { return recent[hash >> (64 - kRecentBits)]; }
 
-    const std::size_t cornerTotal = 3 * static_cast<std::size_t>(faceTotal);
-    KelpCore::Vec3u corner{};
-    std::uint64_t hashes[kAhead];
-    for (std::size_t v = 0; v < std::min(vertexTotal, kAhead); ++v) hashes[v] = hashOf(bitsOf(soup[v]));
-    for (std::size_t v = 0; v < vertexTotal; ++v) {
-        const std::uint64_t hash = hashes[v % kAhead];
-        if (v + kAhead < vertexTotal) {
-            const PositionBits ahead = bitsOf(soup[v + kAhead]);
-            const std::uint64_t aheadHash = hashOf(ahead);
-            hashes[v % kAhead] = aheadHash;
-            if (!recentOf(aheadHash).holds(ahead)) __builtin_prefetch(table.slotAddress(aheadHash));
-        }
-        const PositionBits bits = bitsOf(soup[v]);
+    void add(const KelpCore::Vec3f& position, std::uint64_t hash) {
+        const PositionBits bits = bitsOf(position);
         Slot& cached = recentOf(hash);
         std::uint32_t index;
         if (cached.index != kEmpty && cached.holds(bits)) {
             index = cached.index;
         } else {
-            index = table.findOrAdd(soup[v], bits, hash);
+            index = table.findOrAdd(position, bits, hash);
             cached = Slot{bits.xy, bits.z, index};
         }
-        corner[v % 3] = index;
-        if (v % 3 == 2 && faces.size() < faceTotal) faces.push_back(corner);
+        placeCorner(index);
     }
+
+    // Face k takes the numbers of soup vertices 3k, 3k+1, 3k+2.
+    void placeCorner(std::uint32_t index) {
+        corner[cornerSlot] = index;
+        if (++cornerSlot == 3) {
+            cornerSlot = 0;
+            if (faces.size() < faceTotal) faces.push_back(corner);
+        }
+    }
+
+    std::uint32_t faceTotal;
+    std::vector<KelpCore::Vec3u> faces;
+    std::vector<KelpCore::Vec3f> survivors;
+    PositionTable table;
+    std::vector<Slot> recent;
+    KelpCore::Vec3u corner{};
+    int cornerSlot = 0;
+};
+
+SoupWelder::SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal)
+    : state_(std::make_unique<State>(vertexTotal, faceTotal)) {}
+
+SoupWelder::~SoupWelder() = default;
+
+void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
+    State& s = *state_;
+    std::uint64_t hashes[kAhead];
+    for (std::size_t v = 0; v < std::min(count, kAhead); ++v) hashes[v] = hashOf(bitsOf(positions[v]));
+    for (std::size_t v = 0; v < count; ++v) {
+        const std::uint64_t hash = hashes[v % kAhead];
+        if (v + kAhead < count) {
+            const PositionBits ahead = bitsOf(positions[v + kAhead]);
+            const std::uint64_t aheadHash = hashOf(ahead);
+            hashes[v % kAhead] = aheadHash;
+            if (!s.recentOf(aheadHash).holds(ahead)) __builtin_prefetch(s.table.slotAddress(aheadHash));
+        }
+        s.add(positions[v], hash);
+    }
+}
+
+void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
+    State& s = *state_;
     // Corners past the vertex array (3 n wrapped in 32 bits) name no vertex.
-    for (std::size_t v = vertexTotal; v < cornerTotal; ++v) {
-        corner[v % 3] = kNoVertex;
-        if (v % 3 == 2) faces.push_back(corner);
-    }
+    while (s.faces.size() < s.faceTotal) s.placeCorner(kNoVertex);
 
     mesh->reset();
 
-    const auto survivorCount = static_cast<std::uint32_t>(survivors.size());
-    mesh->setVertexCount(survivorCount);
-    std::copy(survivors.begin(), survivors.end(), mesh->vertices.begin());
+    mesh->setVertexCount(static_cast<std::uint32_t>(s.survivors.size()));
+    std::copy(s.survivors.begin(), s.survivors.end(), mesh->vertices.begin());
 
-    mesh->faceCount = faceTotal;
-    mesh->faces = std::move(faces);
-    mesh->faceFlags.resize(faceTotal);
+    mesh->faceCount = s.faceTotal;
+    mesh->faces = std::move(s.faces);
+    mesh->faceFlags.resize(s.faceTotal);
     std::fill(mesh->faceFlags.begin(), mesh->faceFlags.end(), 0u);
     mesh->updateFaceAttributes();
 
+    state_.reset();
     std::printf("RemoveRedundant::End\n");
+}
+
+void weldSoup(KelpCore::KelpTriMesh* mesh) {
+    const std::size_t vertexTotal = std::min<std::size_t>(mesh->vertexCount, mesh->vertices.size());
+    SoupWelder welder(vertexTotal, mesh->faceCount);
+    welder.addRun(mesh->vertices.data(), vertexTotal);
+    welder.finish(mesh);
 }
 
 }  // namespace KelpStl

@@ -167,6 +167,35 @@ TEST_F(StlRead, BinaryBlocksMatchTriangleByTriangleReading) {
     }
 }
 
+TEST_F(StlRead, WeldingWhileReadingEqualsWeldingAfterwards) {
+    // A grid of shared corners spread over several read blocks, cut short so
+    // that the repeated tail is welded too.
+    std::vector<Triangle> triangles;
+    for (int row = 0; row < 100; ++row)
+        for (int col = 0; col < 120; ++col) {
+            const float x = float(col), y = float(row);
+            triangles.push_back({{{x, y, 0}, {x + 1, y, 0}, {x + 1, y + 1, 0}}});
+            triangles.push_back({{{x, y, 0}, {x + 1, y + 1, 0}, {x, y + 1, 0}}});
+        }
+    std::string bytes = StlTest::binaryStl(26000, triangles);
+    bytes.resize(bytes.size() - 50 * 3000 - 7);
+    const std::string path = write(bytes);
+
+    KelpTriMesh separate, fused;
+    EXPECT_EQ(printed([&] {
+                  KelpStl::readBinaryStl(path.c_str(), &separate);
+                  KelpStl::weldSoup(&separate);
+              }),
+              "OpenBinary::fn=26000\nOpenBinary::read end\nRemoveRedundant::End\n");
+    EXPECT_EQ(printed([&] { KelpStl::readBinaryStl(path.c_str(), &fused, true); }),
+              "OpenBinary::fn=26000\nOpenBinary::read end\nRemoveRedundant::End\n");
+    EXPECT_EQ(fused.vertices, separate.vertices);
+    EXPECT_EQ(fused.faces, separate.faces);
+    EXPECT_EQ(fused.faceFlags, separate.faceFlags);
+    EXPECT_LT(separate.vertexCount, 20000u);  // corners were shared
+    EXPECT_EQ(separate.faceCount, 26000u);
+}
+
 TEST_F(StlRead, CountsFromTwoToTheThirtyFirstVisitNoTriangle) {
     EXPECT_EQ(KelpStl::visitedTriangles(0), 0u);
     EXPECT_EQ(KelpStl::visitedTriangles(0x7FFFFFFFu), 0x7FFFFFFFu);
