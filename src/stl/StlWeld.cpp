@@ -116,8 +116,9 @@ private:
 // soup repeats each corner within a few rings of triangles, so most lookups end
 // here, in cache, and only first appearances and far repeats reach the table.
 constexpr unsigned kRecentBits = 12;
-// How far ahead table slots are prefetched for positions the cache lacks;
-// those lookups are independent, so their memory accesses overlap.
+// How far ahead table slots are prefetched: the table lookups are independent,
+// so their memory accesses overlap. Every position is prefetched, also those the
+// cache will settle; testing the cache first costs more than the spare prefetches.
 constexpr std::size_t kAhead = 32;
 }  // namespace
 
@@ -176,7 +177,7 @@ void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
             const PositionBits ahead = bitsOf(positions[v + kAhead]);
             const std::uint64_t aheadHash = hashOf(ahead);
             hashes[v % kAhead] = aheadHash;
-            if (!s.recentOf(aheadHash).holds(ahead)) __builtin_prefetch(s.table.slotAddress(aheadHash));
+            __builtin_prefetch(s.table.slotAddress(aheadHash));
         }
         s.add(positions[v], hash);
     }
@@ -189,8 +190,12 @@ void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
 
     mesh->reset();
 
-    mesh->setVertexCount(static_cast<std::uint32_t>(s.survivors.size()));
-    std::copy(s.survivors.begin(), s.survivors.end(), mesh->vertices.begin());
+    // The steps of setting the vertex count, with the survivors as the new
+    // positions (assigned at once rather than zero-filled and then copied).
+    mesh->vertexCount = static_cast<std::uint32_t>(s.survivors.size());
+    mesh->vertices.assign(s.survivors.begin(), s.survivors.end());
+    mesh->vertexFlags.resize(mesh->vertexCount, 0u);
+    mesh->updateVertexAttributes();
 
     mesh->faceCount = s.faceTotal;
     mesh->faces = std::move(s.faces);
