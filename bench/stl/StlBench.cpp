@@ -20,7 +20,7 @@ namespace {
 
 const std::string& binarySphere() {
     static const std::string path = [] {
-        const std::string p = KelpBench::scratchFile("sphere-1m.stl");
+        const std::string p = KelpBench::scratchFile("stl-sphere-1m.stl");
         KelpCore::KelpTriMesh mesh = StlBench::uvSphere(1000, 501, 100.0f, 0.0f);
         KelpGraphic::KelpWriteStl(p.c_str(), &mesh);
         return p;
@@ -30,7 +30,7 @@ const std::string& binarySphere() {
 
 const std::string& binaryClustered() {
     static const std::string path = [] {
-        const std::string p = KelpBench::scratchFile("clustered-1m.stl");
+        const std::string p = KelpBench::scratchFile("stl-clustered-1m.stl");
         KelpCore::KelpTriMesh mesh = StlBench::clusteredSphere(1000, 501);
         KelpGraphic::KelpWriteStl(p.c_str(), &mesh);
         return p;
@@ -40,7 +40,7 @@ const std::string& binaryClustered() {
 
 const std::string& asciiSphere() {
     static const std::string path = [] {
-        const std::string p = KelpBench::scratchFile("sphere-200k.stl");
+        const std::string p = KelpBench::scratchFile("stl-ascii-sphere-200k.stl");
         StlBench::writeAsciiStl(p, StlBench::uvSphere(400, 251, 100.0f, 0.0f));
         return p;
     }();
@@ -142,7 +142,7 @@ void BM_StlAscii200k_Floor(benchmark::State& state) { floor(state, asciiSphere()
 
 void BM_StlWrite1M(benchmark::State& state) {
     KelpCore::KelpTriMesh mesh = StlBench::uvSphere(1000, 501, 100.0f, 0.0f);
-    const std::string path = KelpBench::scratchFile("sphere-1m-out.stl");
+    const std::string path = KelpBench::scratchFile("stl-sphere-1m-out.stl");
     for (auto _ : state) KelpGraphic::KelpWriteStl(path.c_str(), &mesh);
     KelpBench::setFileThroughput(state, path);
 }
