@@ -13,7 +13,7 @@ namespace StlTest {
 using Triangle = std::array<KelpCore::Vec3f, 3>;
 
 // A binary STL whose count field says `count` and which holds `triangles`;
-// `normalSign` fills the normals (a negative value puts bytes above 127 in).
+// `normalValue` fills the normals (a negative one puts bytes above 127 in).
 inline std::string binaryStl(std::uint32_t count, const std::vector<Triangle>& triangles, float normalValue = 0.0f) {
     std::string bytes(80, 's');
     KelpTest::putU32(bytes, count);
