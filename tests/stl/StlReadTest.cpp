@@ -217,6 +217,11 @@ TEST_F(StlAscii, FileEndingRightAfterALastFacetLosesIt) {
     facets.pop_back();
     ASSERT_TRUE(read(facets, mesh));
     EXPECT_EQ(mesh.vertices, soupOf({kA}));
+    // Empty, or nothing after the first line: an empty mesh.
+    for (const char* text : {"", "solid", "solid\n"}) {
+        ASSERT_TRUE(read(text, mesh));
+        EXPECT_TRUE(mesh.vertices.empty() && mesh.faces.empty());
+    }
 }
 
 TEST_F(StlAscii, CornerThatDoesNotParseFailsAndKeepsTheMesh) {
