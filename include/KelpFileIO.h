@@ -55,4 +55,16 @@ KELP_FILEIO_API bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh);
 // version, a missing file or a parse error add nothing.
 KELP_FILEIO_API bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh);
 
+// STL, binary or ASCII (told apart by the file size and by bytes above 127 at
+// offsets 84 to 211). Replaces the vertex and face arrays and merges corners
+// whose positions are identical bit for bit; prints "OpenBinary::fn=%d",
+// "OpenBinary::read end" and "RemoveRedundant::End" lines on standard output.
+// A binary file's arrays are sized from its header count, about 64 bytes per
+// announced triangle (see README), whatever the file size. False when the file
+// cannot be opened or an ASCII facet's corner does not parse (mesh unchanged).
+KELP_FILEIO_API bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh);
+// Binary STL: no header text, recordedFaceCount as the count, then every face
+// not flagged deleted with a zero normal. False only when the file cannot be created.
+KELP_FILEIO_API bool KelpWriteStl(const char* path, KelpCore::KelpTriMesh* mesh);
+
 }  // namespace KelpGraphic

@@ -3,6 +3,7 @@
 #include "Loading.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace KelpTool {
@@ -17,10 +18,29 @@ void recordWrittenFaceCount(KelpCore::KelpTriMesh& mesh) {
     mesh.recordedFaceCount = kept;
 }
 
+// The OBJ writer derives its texture side files' names from the path with
+// only backslashes as separators, so a path with '/' directories would send
+// them to a doubled directory. Writing from inside the output's directory
+// with a bare file name puts them beside the OBJ file, where its "mtllib"
+// line expects them.
+bool writeFromItsDirectory(const Format& target, const std::string& path, KelpCore::KelpTriMesh& mesh) {
+    const std::filesystem::path output(path);
+    if (!output.has_parent_path()) return target.writeMesh(path.c_str(), &mesh);
+    std::error_code error;
+    const std::filesystem::path here = std::filesystem::current_path(error);
+    if (error) return target.writeMesh(path.c_str(), &mesh);
+    std::filesystem::current_path(output.parent_path(), error);
+    if (error) return false;  // no such directory: the file cannot be created
+    const bool ok = target.writeMesh(output.filename().string().c_str(), &mesh);
+    std::filesystem::current_path(here, error);
+    return ok;
+}
+
 bool write(const Format& target, const std::string& path, Loaded& loaded) {
     if (target.container == Container::Points) return target.writePoints(path.c_str(), loaded.isMesh() ? &loaded.mesh : &loaded.points);
     if (loaded.isMesh()) {
         if (target.name == "stl") recordWrittenFaceCount(loaded.mesh);
+        if (target.name == "obj") return writeFromItsDirectory(target, path, loaded.mesh);
         return target.writeMesh(path.c_str(), &loaded.mesh);
     }
     // A point cloud written as a mesh: its points only, no faces.

@@ -17,6 +17,7 @@ std::string lowered(std::string text) {
 const std::vector<Format>& formats() {
     using namespace KelpGraphic;
     static const std::vector<Format> table = {
+        {"stl", {".stl"}, Container::Mesh, KelpReadStl, nullptr, KelpWriteStl, nullptr},
         {"obj", {".obj"}, Container::Mesh, KelpReadObj, nullptr, KelpWriteObj, nullptr},
         {"ply", {".ply"}, Container::Mesh, KelpReadPly, nullptr, nullptr, nullptr},
         {"wrl", {".wrl", ".vrml"}, Container::Mesh, KelpReadWrl, nullptr, nullptr, nullptr},

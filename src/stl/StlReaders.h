@@ -1,0 +1,104 @@
+// The STL pipeline behind KelpReadStl: the binary/ASCII decision, the two
+// readers that produce a triangle soup (triangle k uses vertices 3k, 3k+1,
+// 3k+2) and the welding that merges bit-identical corners afterwards.
+#pragma once
+
+#include <KelpCore.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace KelpStl {
+
+// Size of the fixed header, of the count field and of one binary triangle record.
+inline constexpr std::uint32_t kHeaderBytes = 80;
+inline constexpr std::uint32_t kCountEnd = 84;
+inline constexpr std::uint32_t kRecordBytes = 50;
+
+// Decides binary (true) or ASCII on an open handle: the file size against
+// 84 + 50 n in wrapping 32-bit arithmetic, then any byte above 127 in offsets
+// 84 to 211 also means binary. Bytes the file does not have count as 0.
+bool looksBinary(std::FILE* file);
+
+// Both readers replace the mesh's vertex and face arrays with a triangle soup
+// and keep the attribute bits. The binary one fails only when the file cannot
+// be opened; the ASCII one also when a facet's corner does not parse, and then
+// leaves the mesh as it was.
+// With `weld`, the binary reader also welds (as weldSoup would) while each
+// block of the soup is still in cache.
+bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh, bool weld = false);
+bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
+
+// Number of triangles the binary read loop visits for a header count: the loop
+// compares as signed 32-bit numbers, so counts of 2^31 and more visit none.
+inline std::uint32_t visitedTriangles(std::uint32_t count) {
+    return count < 0x80000000u ? count : 0u;
+}
+
+// Merges vertices whose positions are identical bit for bit into the lowest-
+// indexed one, keeps the survivors in order of first appearance and rebuilds
+// every face from the soup layout (face k from vertices 3k, 3k+1, 3k+2). Calls
+// the mesh's reset() just before it stores the new arrays.
+void weldSoup(KelpCore::KelpTriMesh* mesh);
+
+// The welding of weldSoup fed in pieces: the soup's vertices in index order,
+// then finish() stores the result in the mesh (reset() first) and prints
+// "RemoveRedundant::End".
+class SoupWelder {
+public:
+    SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal);
+    ~SoupWelder();
+    SoupWelder(const SoupWelder&) = delete;
+    SoupWelder& operator=(const SoupWelder&) = delete;
+
+    void addRun(const KelpCore::Vec3f* positions, std::size_t count);
+    void finish(KelpCore::KelpTriMesh* mesh);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+// Face corner value for a soup position that lies beyond the vertex array
+// (only possible when 3 n wrapped in 32 bits): it names no vertex.
+inline constexpr std::uint32_t kNoVertex = 0xFFFFFFFFu;
+
+// Little-endian loads and stores of the file's numbers.
+inline std::uint32_t loadU32(const unsigned char* bytes) {
+    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
+           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+}
+inline void storeU32(unsigned char* bytes, std::uint32_t value) {
+    for (int i = 0; i < 4; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
+}
+
+static_assert(sizeof(KelpCore::Vec3f) == 12, "positions are stored as three packed floats");
+
+// Three corners (36 bytes of little-endian floats) into three positions, and back.
+inline void loadCorners(KelpCore::Vec3f* corners, const unsigned char* bytes) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    for (int c = 0; c < 3; ++c)
+        for (int a = 0; a < 3; ++a) {
+            const std::uint32_t bits = loadU32(bytes + 12 * c + 4 * a);
+            std::memcpy(&corners[c][a], &bits, 4);
+        }
+#else
+    std::memcpy(corners, bytes, 36);
+#endif
+}
+
+inline void storePosition(unsigned char* bytes, const KelpCore::Vec3f& position) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    for (int a = 0; a < 3; ++a) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &position[a], 4);
+        storeU32(bytes + 4 * a, bits);
+    }
+#else
+    std::memcpy(bytes, &position, 12);
+#endif
+}
+
+}  // namespace KelpStl

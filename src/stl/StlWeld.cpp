@@ -1,0 +1,217 @@
+// Welding of the STL soup. Duplicates are found by the exact 12-byte position
+// bits in an open-addressing hash table rather than by walking a spatial grid:
+// every duplicate still goes to the lowest-indexed vertex with the same bits
+// and the survivors keep their first-appearance order, while the cost no
+// longer depends on how the positions spread over the bounding box (clustered
+// scans, far outliers, flat or not-a-number coordinates).
+#include "stl/StlReaders.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace KelpStl {
+
+namespace {
+
+struct PositionBits {
+    std::uint64_t xy;
+    std::uint32_t z;
+};
+
+inline PositionBits bitsOf(const KelpCore::Vec3f& p) {
+    PositionBits bits;
+    std::memcpy(&bits.xy, &p[0], 8);
+    std::memcpy(&bits.z, &p[2], 4);
+    return bits;
+}
+
+inline std::uint64_t hashOf(const PositionBits& bits) {
+    std::uint64_t h = bits.xy * 0x9E3779B97F4A7C15ull ^ (bits.z + 0x632BE59BD9B4E019ull) * 0xC2B2AE3D27D4EB4Full;
+    h ^= h >> 32;
+    h *= 0xD6E8FEB86659FD93ull;
+    h ^= h >> 32;
+    return h;
+}
+
+// Survivor numbers stay below the vertex count, which is at most 2^32 - 1.
+constexpr std::uint32_t kEmpty = 0xFFFFFFFFu;
+
+// Position bits with the survivor number they map to: the entries of the
+// recent-position cache below.
+struct Slot {
+    std::uint64_t xy;
+    std::uint32_t z;
+    std::uint32_t index;
+    bool holds(const PositionBits& bits) const { return xy == bits.xy && z == bits.z; }
+};
+
+inline bool samePosition(const KelpCore::Vec3f& a, const PositionBits& bits) {
+    const PositionBits other = bitsOf(a);
+    return other.xy == bits.xy && other.z == bits.z;
+}
+
+// All positions seen so far, as survivor numbers in an open-addressing table
+// with linear probing. A slot holds 32 more hash bits beside the number, so
+// that the survivor's position is looked at only when those bits agree; eight
+// bytes per slot keep the table small enough to stay in cache while the soup
+// streams past. Doubled when it is five-eighths full.
+class PositionTable {
+public:
+    PositionTable(std::size_t expected, std::vector<KelpCore::Vec3f>& survivors) : survivors_(survivors) {
+        std::size_t capacity = 1024;
+        while (capacity < expected) capacity *= 2;
+        slots_.assign(capacity, Entry{0, kEmpty});
+        mask_ = capacity - 1;
+    }
+
+    const void* slotAddress(std::uint64_t hash) const { return &slots_[hash & mask_]; }
+
+    // The survivor number of `position` (whose bits and hash are given); a new
+    // position becomes the next survivor.
+    std::uint32_t findOrAdd(const KelpCore::Vec3f& position, const PositionBits& bits, std::uint64_t hash) {
+        const auto tag = static_cast<std::uint32_t>(hash >> 32);
+        std::size_t i = hash & mask_;
+        for (;;) {
+            const Entry& entry = slots_[i];
+            if (entry.index == kEmpty) break;
+            if (entry.tag == tag && samePosition(survivors_[entry.index], bits)) return entry.index;
+            i = (i + 1) & mask_;
+        }
+        const auto added = static_cast<std::uint32_t>(survivors_.size());
+        survivors_.push_back(position);
+        slots_[i] = Entry{tag, added};
+        if (++size_ * 8 > slots_.size() * 5) grow();
+        return added;
+    }
+
+private:
+    struct Entry {
+        std::uint32_t tag;
+        std::uint32_t index;
+    };
+
+    void grow() {
+        std::vector<Entry> old(slots_.size() * 2, Entry{0, kEmpty});
+        old.swap(slots_);
+        mask_ = slots_.size() - 1;
+        for (const Entry& entry : old) {
+            if (entry.index == kEmpty) continue;
+            // The table hash is not stored whole; the survivor's bits give it again.
+            std::size_t i = hashOf(bitsOf(survivors_[entry.index])) & mask_;
+            while (slots_[i].index != kEmpty) i = (i + 1) & mask_;
+            slots_[i] = entry;
+        }
+    }
+
+    std::vector<KelpCore::Vec3f>& survivors_;
+    std::vector<Entry> slots_;
+    std::size_t mask_ = 0;
+    std::size_t size_ = 0;
+};
+
+// A small direct-mapped cache of recent positions in front of the table. A
+// soup repeats each corner within a few rings of triangles, so most lookups end
+// here, in cache, and only first appearances and far repeats reach the table.
+constexpr unsigned kRecentBits = 12;
+// How far ahead table slots are prefetched: the table lookups are independent,
+// so their memory accesses overlap. Every position is prefetched, also those the
+// cache will settle; testing the cache first costs more than the spare prefetches.
+constexpr std::size_t kAhead = 32;
+}  // namespace
+
+struct SoupWelder::State {
+    State(std::size_t vertexTotal, std::uint32_t faceTotal)
+        : faceTotal(faceTotal), table(vertexTotal / 4, survivors), recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty}) {
+        faces.reserve(faceTotal);
+        survivors.reserve(vertexTotal / 4 + 1);
+    }
+
+    Slot& recentOf(std::uint64_t hash) { return recent[hash >> (64 - kRecentBits)]; }
+
+    void add(const KelpCore::Vec3f& position, std::uint64_t hash) {
+        const PositionBits bits = bitsOf(position);
+        Slot& cached = recentOf(hash);
+        std::uint32_t index;
+        if (cached.index != kEmpty && cached.holds(bits)) {
+            index = cached.index;
+        } else {
+            index = table.findOrAdd(position, bits, hash);
+            cached = Slot{bits.xy, bits.z, index};
+        }
+        placeCorner(index);
+    }
+
+    // Face k takes the numbers of soup vertices 3k, 3k+1, 3k+2.
+    void placeCorner(std::uint32_t index) {
+        corner[cornerSlot] = index;
+        if (++cornerSlot == 3) {
+            cornerSlot = 0;
+            if (faces.size() < faceTotal) faces.push_back(corner);
+        }
+    }
+
+    std::uint32_t faceTotal;
+    std::vector<KelpCore::Vec3u> faces;
+    std::vector<KelpCore::Vec3f> survivors;
+    PositionTable table;
+    std::vector<Slot> recent;
+    KelpCore::Vec3u corner{};
+    int cornerSlot = 0;
+};
+
+SoupWelder::SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal)
+    : state_(std::make_unique<State>(vertexTotal, faceTotal)) {}
+
+SoupWelder::~SoupWelder() = default;
+
+void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
+    State& s = *state_;
+    std::uint64_t hashes[kAhead];
+    for (std::size_t v = 0; v < std::min(count, kAhead); ++v) hashes[v] = hashOf(bitsOf(positions[v]));
+    for (std::size_t v = 0; v < count; ++v) {
+        const std::uint64_t hash = hashes[v % kAhead];
+        if (v + kAhead < count) {
+            const PositionBits ahead = bitsOf(positions[v + kAhead]);
+            const std::uint64_t aheadHash = hashOf(ahead);
+            hashes[v % kAhead] = aheadHash;
+            __builtin_prefetch(s.table.slotAddress(aheadHash));
+        }
+        s.add(positions[v], hash);
+    }
+}
+
+void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
+    State& s = *state_;
+    // Corners past the vertex array (3 n wrapped in 32 bits) name no vertex.
+    while (s.faces.size() < s.faceTotal) s.placeCorner(kNoVertex);
+
+    mesh->reset();
+
+    // The steps of setting the vertex count, with the survivors as the new
+    // positions (assigned at once rather than zero-filled and then copied).
+    mesh->vertexCount = static_cast<std::uint32_t>(s.survivors.size());
+    mesh->vertices.assign(s.survivors.begin(), s.survivors.end());
+    mesh->vertexFlags.resize(mesh->vertexCount, 0u);
+    mesh->updateVertexAttributes();
+
+    mesh->faceCount = s.faceTotal;
+    mesh->faces = std::move(s.faces);
+    mesh->faceFlags.resize(s.faceTotal);
+    std::fill(mesh->faceFlags.begin(), mesh->faceFlags.end(), 0u);
+    mesh->updateFaceAttributes();
+
+    state_.reset();
+    std::printf("RemoveRedundant::End\n");
+}
+
+void weldSoup(KelpCore::KelpTriMesh* mesh) {
+    const std::size_t vertexTotal = std::min<std::size_t>(mesh->vertexCount, mesh->vertices.size());
+    SoupWelder welder(vertexTotal, mesh->faceCount);
+    welder.addRun(mesh->vertices.data(), vertexTotal);
+    welder.finish(mesh);
+}
+
+}  // namespace KelpStl
