@@ -2,10 +2,12 @@
 // JSON line with the process's peak resident memory before and after the read
 // and the bytes of the resulting arrays (the least any reader must hold).
 // Readers: kelp-asc, kelp-dxf, kelp-3ds, kelp-obj, kelp-ply, kelp-wrl,
-// kelp-stl, assimp, tinyobjloader.
+// kelp-stl, assimp, assimp-join (with aiProcess_JoinIdenticalVertices, as
+// assimp welds STL), tinyobjloader.
 #include <KelpFileIO.h>
 
 #include <assimp/Importer.hpp>
+#include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <tiny_obj_loader.h>
 
@@ -68,9 +70,9 @@ Outcome readMesh(bool (*read)(const char*, KelpCore::KelpTriMesh*), const char* 
     return outcome;
 }
 
-Outcome readAssimp(const char* path) {
+Outcome readAssimp(const char* path, unsigned flags) {
     Assimp::Importer importer;
-    const aiScene* scene = importer.ReadFile(path, 0);
+    const aiScene* scene = importer.ReadFile(path, flags);
     Outcome outcome;
     outcome.ok = scene && scene->mNumMeshes > 0;
     for (unsigned m = 0; scene && m < scene->mNumMeshes; ++m) {
@@ -124,13 +126,16 @@ int main(int argc, char** argv) {
     else if (reader == "kelp-obj") outcome = readMesh(KelpGraphic::KelpReadObj, path);
     else if (reader == "kelp-ply") outcome = readMesh(KelpGraphic::KelpReadPly, path);
     else if (reader == "kelp-wrl") outcome = readMesh(KelpGraphic::KelpReadWrl, path);
-    else if (reader == "assimp") outcome = readAssimp(path);
+    else if (reader == "kelp-stl") outcome = readMesh(KelpGraphic::KelpReadStl, path);
+    else if (reader == "assimp") outcome = readAssimp(path, 0);
+    else if (reader == "assimp-join") outcome = readAssimp(path, aiProcess_JoinIdenticalVertices);
     else if (reader == "tinyobjloader") outcome = readTinyObj(path);
     else {
         std::fprintf(stderr, "kelp_peak: unknown reader %s\n", reader.c_str());
         return 2;
     }
     const long after = peakKilobytes();
+    std::fflush(stdout);  // after the readers' own progress lines
     std::printf("{\"reader\": \"%s\", \"file\": \"%s\", \"ok\": %s, \"baseline_kb\": %ld, \"peak_kb\": %ld, "
                 "\"container_bytes\": %llu, \"vertices\": %llu, \"triangles\": %llu}\n",
                 reader.c_str(), path, outcome.ok ? "true" : "false", before, after,

@@ -1,12 +1,13 @@
-// Binary PLY and OBJ read at 10^4, 10^5, 10^6 and 10^7 triangles, with the
-// floor (the file's bytes read into memory) and the peers at every size. Each
-// file is generated on first use; KELP_BENCH_MAX_TRIANGLES caps the sizes for
-// a quick run. The label names the role: "kelp", "floor" or the peer.
+// Binary STL (read + weld), binary PLY and OBJ read at 10^4, 10^5, 10^6 and
+// 10^7 triangles, with the floor (the file's bytes read into memory) and the
+// peers at every size. Each file is generated on first use;
+// KELP_BENCH_MAX_TRIANGLES caps the sizes for a quick run. The label names the role: "kelp", "floor" or the peer.
 #include <KelpFileIO.h>
 
 #include "support/BenchFiles.h"
 
 #include <assimp/Importer.hpp>
+#include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <benchmark/benchmark.h>
 #include <tiny_obj_loader.h>
@@ -85,6 +86,33 @@ private:
     std::FILE* file_;
     std::string buffer_;
 };
+
+// Every triangle stored with its own three corners, as binary STL does; the
+// reader welds them back to the grid's shared vertices.
+std::string stlPath(std::int64_t triangles) {
+    static std::map<std::int64_t, std::string> made;
+    auto found = made.find(triangles);
+    if (found != made.end()) return found->second;
+    const Grid grid = Grid::forTriangles(triangles);
+    const std::string path = KelpBench::scratchFile("scaling-" + std::to_string(triangles) + ".stl");
+    {
+        Writer out(path);
+        char header[80] = "binary STL generated for the scaling benchmark";
+        out.bytes(header, sizeof header);
+        const std::uint32_t count = grid.triangles();
+        out.bytes(&count, 4);
+        for (std::uint32_t t = 0; t < grid.triangles(); ++t) {
+            std::uint32_t corners[3];
+            grid.triangle(t, corners);
+            float record[12] = {0.0f, 0.0f, 1.0f};
+            for (int k = 0; k < 3; ++k) grid.position(corners[k], record + 3 + 3 * k);
+            const std::uint16_t attributes = 0;
+            out.bytes(record, sizeof record);
+            out.bytes(&attributes, 2);
+        }
+    }
+    return made[triangles] = path;
+}
 
 std::string plyPath(std::int64_t triangles) {
     static std::map<std::int64_t, std::string> made;
@@ -184,14 +212,21 @@ void kelpRead(benchmark::State& state, const std::string& path, bool (*read)(con
     finish(state, path, "kelp");
 }
 
-void assimpRead(benchmark::State& state, const std::string& path) {
+void assimpRead(benchmark::State& state, const std::string& path, unsigned flags = 0) {
     for (auto _ : state) {
         Assimp::Importer importer;
-        const aiScene* scene = importer.ReadFile(path, 0);
+        const aiScene* scene = importer.ReadFile(path, flags);
         if (!scene || scene->mNumMeshes == 0) state.SkipWithError("assimp failed");
         benchmark::DoNotOptimize(scene);
     }
     finish(state, path, "assimp");
+}
+
+void BM_ScaleStlBinaryFloor(benchmark::State& state) { floorRead(state, stlPath(state.range(0))); }
+void BM_ScaleStlBinaryKelp(benchmark::State& state) { kelpRead(state, stlPath(state.range(0)), KelpGraphic::KelpReadStl); }
+// assimp welds STL only when asked to, as the library always does.
+void BM_ScaleStlBinaryAssimp(benchmark::State& state) {
+    assimpRead(state, stlPath(state.range(0)), aiProcess_JoinIdenticalVertices);
 }
 
 void BM_ScalePlyBinaryFloor(benchmark::State& state) { floorRead(state, plyPath(state.range(0))); }
@@ -231,6 +266,9 @@ void registerScaled(const char* name, void (*function)(benchmark::State&)) {
 }
 
 const int registered = [] {
+    registerScaled("BM_ScaleStlBinaryFloor", BM_ScaleStlBinaryFloor);
+    registerScaled("BM_ScaleStlBinaryKelp", BM_ScaleStlBinaryKelp);
+    registerScaled("BM_ScaleStlBinaryAssimp", BM_ScaleStlBinaryAssimp);
     registerScaled("BM_ScalePlyBinaryFloor", BM_ScalePlyBinaryFloor);
     registerScaled("BM_ScalePlyBinaryKelp", BM_ScalePlyBinaryKelp);
     registerScaled("BM_ScalePlyBinaryAssimp", BM_ScalePlyBinaryAssimp);
