@@ -455,7 +455,7 @@ class Report:
                     if role != "floor":
                         bars.append((CASES.get(case, {}).get("short", f"{fmt}\n{case}"), role, run["cpu"] / roles["floor"]["cpu"]))
         has_scaling = bool(getattr(self, "scaling_families", None))
-        fig, axes = plt.subplots(1, 2 if has_scaling else 1, figsize=(15 if has_scaling else 10, 5.5),
+        fig, axes = plt.subplots(1, 2 if has_scaling else 1, figsize=(15 if has_scaling else 10, 6.2),
                                  gridspec_kw={"width_ratios": [2, 1]} if has_scaling else None)
         ax = axes[0] if has_scaling else axes
         labels = list(dict.fromkeys(b[0] for b in bars))
@@ -496,7 +496,9 @@ class Report:
             ax2.set_xlabel("triangles")
             ax2.set_ylabel("ns per triangle (CPU)")
             ax2.set_title("Scaling (flat = linear cost)")
-            ax2.legend(fontsize=8)
+            ax2.legend(fontsize=7, loc="upper center", bbox_to_anchor=(0.5, -0.13), ncol=2)
+        if self.args.quick:
+            fig.suptitle("quick run (bench/run --quick)", fontsize=9, color="#aa0000")
         fig.tight_layout()
         fig.savefig(path, dpi=110)
 
