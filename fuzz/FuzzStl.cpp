@@ -3,6 +3,7 @@
 #include "FuzzInput.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -19,6 +20,13 @@ bool announcesHugeBinaryMesh(const std::uint8_t* data, std::size_t size) {
     return binary && count > (1u << 20);
 }
 }  // namespace
+
+// The reader's progress lines go to standard output on every input; libFuzzer
+// reports on standard error, so standard output is silenced.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    if (!std::freopen("/dev/null", "w", stdout)) return 1;
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (announcesHugeBinaryMesh(data, size)) return -1;

@@ -25,7 +25,7 @@ enum class FieldReader {
     Matrix,      // SFMatrix
 };
 
-struct VrmlFieldSpec {
+struct VrmlFieldLayout {
     int code;
     FieldReader reader;
     int arity;               // numbers read by FieldReader::Numbers
@@ -34,10 +34,10 @@ struct VrmlFieldSpec {
     std::int32_t wordDefault;  // default of an integer, enum word or index list
 };
 
-struct VrmlNodeSpec {
+struct VrmlNodeLayout {
     int code;
     const char* syntaxMessage;
-    const VrmlFieldSpec* fields;
+    const VrmlFieldLayout* fields;
     int fieldCount;
     bool group;         // collects child nodes beside its fields
     bool stridedIndex;  // index lists keep three numbers of every four
@@ -47,88 +47,88 @@ struct VrmlNodeSpec {
 namespace {
 
 // Field table builders.
-constexpr VrmlFieldSpec sfFloat(int code) { return {code, FieldReader::Float, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec sfFloat(int code, float value) { return {code, FieldReader::Float, 0, 1, {value}, 0}; }
-constexpr VrmlFieldSpec sfLong(int code, std::int32_t value) { return {code, FieldReader::Long, 0, 1, {}, value}; }
-constexpr VrmlFieldSpec numbers(int code, int arity) { return {code, FieldReader::Numbers, arity, 0, {}, 0}; }
-constexpr VrmlFieldSpec numbers(int code, int arity, float a, float b, float c = 0, float d = 0) {
+constexpr VrmlFieldLayout sfFloat(int code) { return {code, FieldReader::Float, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout sfFloat(int code, float value) { return {code, FieldReader::Float, 0, 1, {value}, 0}; }
+constexpr VrmlFieldLayout sfLong(int code, std::int32_t value) { return {code, FieldReader::Long, 0, 1, {}, value}; }
+constexpr VrmlFieldLayout numbers(int code, int arity) { return {code, FieldReader::Numbers, arity, 0, {}, 0}; }
+constexpr VrmlFieldLayout numbers(int code, int arity, float a, float b, float c = 0, float d = 0) {
     return {code, FieldReader::Numbers, arity, arity, {a, b, c, d}, 0};
 }
-constexpr VrmlFieldSpec vectorList(int code) { return {code, FieldReader::VectorList, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec vectorList(int code, float a, float b, float c) {
+constexpr VrmlFieldLayout vectorList(int code) { return {code, FieldReader::VectorList, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout vectorList(int code, float a, float b, float c) {
     return {code, FieldReader::VectorList, 0, 3, {a, b, c}, 0};
 }
-constexpr VrmlFieldSpec intList(int code, std::int32_t value) { return {code, FieldReader::IntList, 0, 1, {}, value}; }
-constexpr VrmlFieldSpec floatList(int code) { return {code, FieldReader::FloatList, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec floatList(int code, float value) { return {code, FieldReader::FloatList, 0, 1, {value}, 0}; }
-constexpr VrmlFieldSpec stringList(int code) { return {code, FieldReader::StringList, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec sfString(int code) { return {code, FieldReader::String, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec sfBool(int code) { return {code, FieldReader::Bool, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec bitMask(int code, int word) { return {code, FieldReader::BitMask, 0, 1, {}, word}; }
-constexpr VrmlFieldSpec enumWord(int code, int word) { return {code, FieldReader::Enum, 0, 1, {}, word}; }
-constexpr VrmlFieldSpec image(int code) { return {code, FieldReader::Image, 0, 0, {}, 0}; }
-constexpr VrmlFieldSpec matrix(int code) { return {code, FieldReader::Matrix, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout intList(int code, std::int32_t value) { return {code, FieldReader::IntList, 0, 1, {}, value}; }
+constexpr VrmlFieldLayout floatList(int code) { return {code, FieldReader::FloatList, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout floatList(int code, float value) { return {code, FieldReader::FloatList, 0, 1, {value}, 0}; }
+constexpr VrmlFieldLayout stringList(int code) { return {code, FieldReader::StringList, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout sfString(int code) { return {code, FieldReader::String, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout sfBool(int code) { return {code, FieldReader::Bool, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout bitMask(int code, int word) { return {code, FieldReader::BitMask, 0, 1, {}, word}; }
+constexpr VrmlFieldLayout enumWord(int code, int word) { return {code, FieldReader::Enum, 0, 1, {}, word}; }
+constexpr VrmlFieldLayout image(int code) { return {code, FieldReader::Image, 0, 0, {}, 0}; }
+constexpr VrmlFieldLayout matrix(int code) { return {code, FieldReader::Matrix, 0, 0, {}, 0}; }
 
-constexpr VrmlFieldSpec kAsciiTextFields[] = {stringList(kString), sfFloat(kSpacing, 1.0f),
+constexpr VrmlFieldLayout kAsciiTextFields[] = {stringList(kString), sfFloat(kSpacing, 1.0f),
                                               enumWord(kJustification, kLeft), floatList(kWidth)};
-constexpr VrmlFieldSpec kConeFields[] = {bitMask(kParts, kAll), sfFloat(kBottomRadius, 1.0f), sfFloat(kHeight, 2.0f)};
-constexpr VrmlFieldSpec kCoordinate3Fields[] = {vectorList(kPoint)};
-constexpr VrmlFieldSpec kCubeFields[] = {sfFloat(kWidth, 2.0f), sfFloat(kHeight, 2.0f), sfFloat(kDepth, 2.0f)};
-constexpr VrmlFieldSpec kCylinderFields[] = {bitMask(kParts, kAll), sfFloat(kRadius, 1.0f), sfFloat(kHeight, 2.0f)};
-constexpr VrmlFieldSpec kDirectionalLightFields[] = {sfBool(kOn), sfFloat(kIntensity, 1.0f),
+constexpr VrmlFieldLayout kConeFields[] = {bitMask(kParts, kAll), sfFloat(kBottomRadius, 1.0f), sfFloat(kHeight, 2.0f)};
+constexpr VrmlFieldLayout kCoordinate3Fields[] = {vectorList(kPoint)};
+constexpr VrmlFieldLayout kCubeFields[] = {sfFloat(kWidth, 2.0f), sfFloat(kHeight, 2.0f), sfFloat(kDepth, 2.0f)};
+constexpr VrmlFieldLayout kCylinderFields[] = {bitMask(kParts, kAll), sfFloat(kRadius, 1.0f), sfFloat(kHeight, 2.0f)};
+constexpr VrmlFieldLayout kDirectionalLightFields[] = {sfBool(kOn), sfFloat(kIntensity, 1.0f),
                                                      numbers(kColor, 3, 1, 1, 1), numbers(kDirection, 3, 0, 0, -1)};
-constexpr VrmlFieldSpec kFontStyleFields[] = {sfFloat(kSize, 10.0f), enumWord(kFamily, kSerif), bitMask(kStyle, kNone)};
-constexpr VrmlFieldSpec kIndexFields[] = {intList(kCoordIndex, 0), intList(kMaterialIndex, -1),
+constexpr VrmlFieldLayout kFontStyleFields[] = {sfFloat(kSize, 10.0f), enumWord(kFamily, kSerif), bitMask(kStyle, kNone)};
+constexpr VrmlFieldLayout kIndexFields[] = {intList(kCoordIndex, 0), intList(kMaterialIndex, -1),
                                           intList(kNormalIndex, -1), intList(kTextureCoordIndex, -1)};
-constexpr VrmlFieldSpec kInfoFields[] = {sfString(kString)};
-constexpr VrmlFieldSpec kLodFields[] = {floatList(kRange), numbers(kCenter, 3)};
-constexpr VrmlFieldSpec kMaterialFields[] = {
+constexpr VrmlFieldLayout kInfoFields[] = {sfString(kString)};
+constexpr VrmlFieldLayout kLodFields[] = {floatList(kRange), numbers(kCenter, 3)};
+constexpr VrmlFieldLayout kMaterialFields[] = {
     vectorList(kAmbientColor, 0.2f, 0.2f, 0.2f), vectorList(kDiffuseColor, 0.8f, 0.8f, 0.8f),
     vectorList(kSpecularColor), vectorList(kEmissiveColor), floatList(kShininess, 0.2f), floatList(kTransparency)};
-constexpr VrmlFieldSpec kMaterialBindingFields[] = {enumWord(kValue, kOverall)};
-constexpr VrmlFieldSpec kMatrixTransformFields[] = {matrix(kMatrix)};
-constexpr VrmlFieldSpec kNormalFields[] = {vectorList(kVector)};
-constexpr VrmlFieldSpec kNormalBindingFields[] = {enumWord(kValue, kDefault)};
-constexpr VrmlFieldSpec kOrthographicCameraFields[] = {numbers(kPosition, 3), numbers(kOrientation, 4),
+constexpr VrmlFieldLayout kMaterialBindingFields[] = {enumWord(kValue, kOverall)};
+constexpr VrmlFieldLayout kMatrixTransformFields[] = {matrix(kMatrix)};
+constexpr VrmlFieldLayout kNormalFields[] = {vectorList(kVector)};
+constexpr VrmlFieldLayout kNormalBindingFields[] = {enumWord(kValue, kDefault)};
+constexpr VrmlFieldLayout kOrthographicCameraFields[] = {numbers(kPosition, 3), numbers(kOrientation, 4),
                                                        sfFloat(kFocalDistance, 5.0f), sfFloat(kHeight, 2.0f)};
-constexpr VrmlFieldSpec kPerspectiveCameraFields[] = {numbers(kPosition, 3), numbers(kOrientation, 4),
+constexpr VrmlFieldLayout kPerspectiveCameraFields[] = {numbers(kPosition, 3), numbers(kOrientation, 4),
                                                       sfFloat(kFocalDistance, 5.0f), sfFloat(kHeightAngle, 0.785398f)};
-constexpr VrmlFieldSpec kPointSetFields[] = {sfLong(kStartIndex, 0), sfLong(kNumPoints, -1)};
-constexpr VrmlFieldSpec kRotationFields[] = {numbers(kRotation, 4)};
-constexpr VrmlFieldSpec kScaleFields[] = {numbers(kScaleFactor, 3, 1, 1, 1)};
-constexpr VrmlFieldSpec kSeparatorFields[] = {enumWord(kRenderCulling, kAuto)};
-constexpr VrmlFieldSpec kShapeHintsFields[] = {enumWord(kVertexOrdering, kUnknownOrdering),
+constexpr VrmlFieldLayout kPointSetFields[] = {sfLong(kStartIndex, 0), sfLong(kNumPoints, -1)};
+constexpr VrmlFieldLayout kRotationFields[] = {numbers(kRotation, 4)};
+constexpr VrmlFieldLayout kScaleFields[] = {numbers(kScaleFactor, 3, 1, 1, 1)};
+constexpr VrmlFieldLayout kSeparatorFields[] = {enumWord(kRenderCulling, kAuto)};
+constexpr VrmlFieldLayout kShapeHintsFields[] = {enumWord(kVertexOrdering, kUnknownOrdering),
                                                enumWord(kShapeType, kUnknownShapeType), enumWord(kFaceType, kConvex),
                                                sfFloat(kCreaseAngle, 0.5f)};
-constexpr VrmlFieldSpec kSphereFields[] = {sfFloat(kRadius, 1.0f)};
-constexpr VrmlFieldSpec kSpotLightFields[] = {sfBool(kOn),         sfFloat(kIntensity),    numbers(kColor, 3),
+constexpr VrmlFieldLayout kSphereFields[] = {sfFloat(kRadius, 1.0f)};
+constexpr VrmlFieldLayout kSpotLightFields[] = {sfBool(kOn),         sfFloat(kIntensity),    numbers(kColor, 3),
                                               numbers(kLocation, 3), numbers(kDirection, 3), sfFloat(kDropOffRate),
                                               sfFloat(kCutOffAngle)};
-constexpr VrmlFieldSpec kSwitchFields[] = {sfLong(kWhichChild, -1)};
-constexpr VrmlFieldSpec kTexture2Fields[] = {sfString(kFilename), image(kImage), enumWord(kWrapS, kRepeat),
+constexpr VrmlFieldLayout kSwitchFields[] = {sfLong(kWhichChild, -1)};
+constexpr VrmlFieldLayout kTexture2Fields[] = {sfString(kFilename), image(kImage), enumWord(kWrapS, kRepeat),
                                              enumWord(kWrapT, kRepeat)};
-constexpr VrmlFieldSpec kTexture2TransformFields[] = {numbers(kTranslation, 2), sfFloat(kRotation),
+constexpr VrmlFieldLayout kTexture2TransformFields[] = {numbers(kTranslation, 2), sfFloat(kRotation),
                                                       numbers(kScaleFactor, 2, 1, 1), numbers(kCenter, 2)};
-constexpr VrmlFieldSpec kTextureCoordinate2Fields[] = {numbers(kPoint, 2)};
-constexpr VrmlFieldSpec kTransformFields[] = {numbers(kTranslation, 3), numbers(kRotation, 4),
+constexpr VrmlFieldLayout kTextureCoordinate2Fields[] = {numbers(kPoint, 2)};
+constexpr VrmlFieldLayout kTransformFields[] = {numbers(kTranslation, 3), numbers(kRotation, 4),
                                               numbers(kScaleFactor, 3, 1, 1, 1), numbers(kScaleOrientation, 4),
                                               numbers(kCenter, 3)};
-constexpr VrmlFieldSpec kTranslationFields[] = {numbers(kTranslation, 3)};
-constexpr VrmlFieldSpec kWwwAnchorFields[] = {sfString(kName), sfString(kDescription), enumWord(kMap, kNone)};
-constexpr VrmlFieldSpec kWwwInlineFields[] = {sfString(kName), numbers(kBboxSize, 3), numbers(kBboxCenter, 3)};
+constexpr VrmlFieldLayout kTranslationFields[] = {numbers(kTranslation, 3)};
+constexpr VrmlFieldLayout kWwwAnchorFields[] = {sfString(kName), sfString(kDescription), enumWord(kMap, kNone)};
+constexpr VrmlFieldLayout kWwwInlineFields[] = {sfString(kName), numbers(kBboxSize, 3), numbers(kBboxCenter, 3)};
 
 template <std::size_t N>
-constexpr VrmlNodeSpec leaf(int code, const char* message, const VrmlFieldSpec (&fields)[N]) {
+constexpr VrmlNodeLayout leaf(int code, const char* message, const VrmlFieldLayout (&fields)[N]) {
     return {code, message, fields, static_cast<int>(N), false, false, false};
 }
 template <std::size_t N>
-constexpr VrmlNodeSpec group(int code, const char* message, const VrmlFieldSpec (&fields)[N]) {
+constexpr VrmlNodeLayout group(int code, const char* message, const VrmlFieldLayout (&fields)[N]) {
     return {code, message, fields, static_cast<int>(N), true, false, false};
 }
 
 // PointLight has a code but no parser: its tokens are skipped like those of
 // an unknown node.
-constexpr VrmlNodeSpec kNodeSpecs[] = {
+constexpr VrmlNodeLayout kNodeLayouts[] = {
     group(kSeparator, "bad syntax in separator node", kSeparatorFields),
     group(kSwitch, "bad syntax in switch node", kSwitchFields),
     leaf(kMaterial, "bad syntax in material node", kMaterialFields),
@@ -167,19 +167,19 @@ constexpr VrmlNodeSpec kNodeSpecs[] = {
 constexpr int kFirstKeyword = 1000;
 constexpr int kLastKeyword = 1136;
 
-const VrmlNodeSpec* nodeSpecFor(int code) {
+const VrmlNodeLayout* nodeLayoutFor(int code) {
     static const auto* const byCode = [] {
-        static const VrmlNodeSpec* table[kLastKeyword - kFirstKeyword + 1] = {};
-        for (const VrmlNodeSpec& spec : kNodeSpecs) table[spec.code - kFirstKeyword] = &spec;
+        static const VrmlNodeLayout* table[kLastKeyword - kFirstKeyword + 1] = {};
+        for (const VrmlNodeLayout& layout : kNodeLayouts) table[layout.code - kFirstKeyword] = &layout;
         return table;
     }();
     if (code < kFirstKeyword || code > kLastKeyword) return nullptr;
     return byCode[code - kFirstKeyword];
 }
 
-int findField(const VrmlNodeSpec& spec, int code) {
-    for (int i = 0; i < spec.fieldCount; ++i)
-        if (spec.fields[i].code == code) return i;
+int findField(const VrmlNodeLayout& layout, int code) {
+    for (int i = 0; i < layout.fieldCount; ++i)
+        if (layout.fields[i].code == code) return i;
     return -1;
 }
 
@@ -203,27 +203,27 @@ int clampedCount(std::size_t size) {
 
 // A field as the node allocates it before reading. Fields without a default
 // hold one value slot and no values.
-VrmlField defaultField(const VrmlFieldSpec& spec) {
+VrmlField defaultField(const VrmlFieldLayout& layout) {
     VrmlField field;
-    field.kind = spec.code;
+    field.kind = layout.code;
     field.count = 1;
-    switch (spec.reader) {
+    switch (layout.reader) {
     case FieldReader::Float:
-        if (spec.defaultCount) field.word = floatBits(spec.defaults[0]);
+        if (layout.defaultCount) field.word = floatBits(layout.defaults[0]);
         break;
     case FieldReader::Long:
     case FieldReader::Bool:
     case FieldReader::BitMask:
-    case FieldReader::Enum: field.word = static_cast<std::uint32_t>(spec.wordDefault); break;
+    case FieldReader::Enum: field.word = static_cast<std::uint32_t>(layout.wordDefault); break;
     case FieldReader::Numbers:
     case FieldReader::VectorList:
     case FieldReader::FloatList:
-        if (spec.defaultCount) {
-            field.floats.assign(spec.defaults, spec.defaults + spec.defaultCount);
-            field.count = spec.defaultCount;
+        if (layout.defaultCount) {
+            field.floats.assign(layout.defaults, layout.defaults + layout.defaultCount);
+            field.count = layout.defaultCount;
         }
         break;
-    case FieldReader::IntList: field.ints.assign(1, spec.wordDefault); break;
+    case FieldReader::IntList: field.ints.assign(1, layout.wordDefault); break;
     default: break;
     }
     return field;
@@ -250,10 +250,10 @@ void clearNode(VrmlNode& node) {
     std::vector<VrmlNode*>().swap(node.children);
 }
 
-[[gnu::noinline]] std::vector<VrmlField> defaultFields(const VrmlNodeSpec& spec) {
+[[gnu::noinline]] std::vector<VrmlField> defaultFields(const VrmlNodeLayout& layout) {
     std::vector<VrmlField> fields;
-    fields.reserve(static_cast<std::size_t>(spec.fieldCount));
-    for (int i = 0; i < spec.fieldCount; ++i) fields.push_back(defaultField(spec.fields[i]));
+    fields.reserve(static_cast<std::size_t>(layout.fieldCount));
+    for (int i = 0; i < layout.fieldCount; ++i) fields.push_back(defaultField(layout.fields[i]));
     return fields;
 }
 
@@ -406,13 +406,13 @@ bool VrmlReader::readImage(VrmlField& field) {
     return true;
 }
 
-bool VrmlReader::readFieldValue(const VrmlFieldSpec& spec, VrmlField& field) {
+bool VrmlReader::readFieldValue(const VrmlFieldLayout& layout, VrmlField& field) {
     // The new value replaces the default or an earlier one.
     field = VrmlField{};
-    field.kind = spec.code;
+    field.kind = layout.code;
     field.count = 1;
     float value = 0.0f;
-    switch (spec.reader) {
+    switch (layout.reader) {
     case FieldReader::Float:
         if (!readOneNumber(value)) return false;
         field.word = floatBits(value);
@@ -422,8 +422,8 @@ bool VrmlReader::readFieldValue(const VrmlFieldSpec& spec, VrmlField& field) {
         field.word = static_cast<std::uint32_t>(truncateToInt(value));
         return true;
     case FieldReader::Numbers:
-        if (!readNumbers(spec.arity, field.floats)) return false;
-        field.count = spec.arity;
+        if (!readNumbers(layout.arity, field.floats)) return false;
+        field.count = layout.arity;
         return true;
     case FieldReader::Matrix:
         if (!readNumbers(16, field.floats)) return false;
@@ -455,14 +455,14 @@ bool VrmlReader::readFieldValue(const VrmlFieldSpec& spec, VrmlField& field) {
 
 // Fields of the node up to its "}" (not consumed); other tokens are passed
 // over. The end of the input inside the braces fails the node.
-bool VrmlReader::parseLeafBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields) {
+bool VrmlReader::parseLeafBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields) {
     while (lookAhead().code != '}') {
         const int code = nextToken();
         if (endedInsideNode(code)) return false;
-        const int index = findField(spec, code);
+        const int index = findField(layout, code);
         if (index < 0) continue;
-        if (!readFieldValue(spec.fields[index], fields[static_cast<std::size_t>(index)])) return false;
-        if (spec.stridedIndex && spec.fields[index].reader == FieldReader::IntList)
+        if (!readFieldValue(layout.fields[index], fields[static_cast<std::size_t>(index)])) return false;
+        if (layout.stridedIndex && layout.fields[index].reader == FieldReader::IntList)
             keepThreeOfFour(fields[static_cast<std::size_t>(index)]);
     }
     return true;
@@ -471,19 +471,19 @@ bool VrmlReader::parseLeafBody(const VrmlNodeSpec& spec, std::vector<VrmlField>&
 // Fields and child nodes up to the group's "}" (not consumed). A Separator
 // takes "renderCulling" as a lone keyword: it stores the keyword's own code
 // and leaves the enum word after it to the next child's parse, which skips it.
-bool VrmlReader::parseGroupBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields,
+bool VrmlReader::parseGroupBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields,
                                 std::vector<VrmlNode*>& children, int depth) {
     while (lookAhead().code != '}') {
         const int code = lookAhead().code;
-        if (spec.code == kSeparator) {
+        if (layout.code == kSeparator) {
             if (code == kRenderCulling) {
                 nextToken();
                 fields[0].word = static_cast<std::uint32_t>(kRenderCulling);
                 continue;
             }
-        } else if (const int index = findField(spec, code); index >= 0) {
+        } else if (const int index = findField(layout, code); index >= 0) {
             nextToken();
-            if (!readFieldValue(spec.fields[index], fields[static_cast<std::size_t>(index)])) return false;
+            if (!readFieldValue(layout.fields[index], fields[static_cast<std::size_t>(index)])) return false;
             continue;
         }
         savedBuilding_.push_back(std::move(building_));
@@ -501,15 +501,15 @@ bool VrmlReader::parseGroupBody(const VrmlNodeSpec& spec, std::vector<VrmlField>
 
 // Called after the node's "{". On success the node under construction holds
 // the node's type, fields and children; on failure it stays cleared.
-bool VrmlReader::parseKnownNode(const VrmlNodeSpec& spec, int depth) {
+bool VrmlReader::parseKnownNode(const VrmlNodeLayout& layout, int depth) {
     clearNode(building_);
-    std::vector<VrmlField> fields = defaultFields(spec);
+    std::vector<VrmlField> fields = defaultFields(layout);
     std::vector<VrmlNode*> children;
 
-    const bool parsed = spec.group ? parseGroupBody(spec, fields, children, depth) : parseLeafBody(spec, fields);
+    const bool parsed = layout.group ? parseGroupBody(layout, fields, children, depth) : parseLeafBody(layout, fields);
     if (!parsed) return false;
-    if (!spec.keepsNothing) {
-        building_.type = spec.code;
+    if (!layout.keepsNothing) {
+        building_.type = layout.code;
         building_.fields = std::move(fields);
     }
     building_.children = std::move(children);
@@ -583,10 +583,10 @@ VrmlNode* VrmlReader::parseNode(int depth) {
             building_.children.assign(1, entry->node);
             useHandled = true;
             break;
-        } else if (const VrmlNodeSpec* spec = nodeSpecFor(code)) {
+        } else if (const VrmlNodeLayout* layout = nodeLayoutFor(code)) {
             if (!expectOpenBrace()) return nullptr;
-            if (!parseKnownNode(*spec, depth)) {
-                setErrorWithLine(spec->syntaxMessage);
+            if (!parseKnownNode(*layout, depth)) {
+                setErrorWithLine(layout->syntaxMessage);
                 parserFailed = true;
             }
         }

@@ -68,8 +68,8 @@ struct VrmlDefEntry {
     VrmlDefEntry* next = nullptr;  // the entry defined before this one
 };
 
-struct VrmlFieldSpec;
-struct VrmlNodeSpec;
+struct VrmlFieldLayout;
+struct VrmlNodeLayout;
 
 class VrmlReader {
 public:
@@ -143,11 +143,11 @@ private:
     void setErrorWithLine(const char* message);
     int expectOpenBrace();
 
-    bool parseKnownNode(const VrmlNodeSpec& spec, int depth);
-    bool parseLeafBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields);
-    bool parseGroupBody(const VrmlNodeSpec& spec, std::vector<VrmlField>& fields,
+    bool parseKnownNode(const VrmlNodeLayout& layout, int depth);
+    bool parseLeafBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields);
+    bool parseGroupBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields,
                         std::vector<VrmlNode*>& children, int depth);
-    bool readFieldValue(const VrmlFieldSpec& spec, VrmlField& field);
+    bool readFieldValue(const VrmlFieldLayout& layout, VrmlField& field);
     bool readOneNumber(float& value);
     bool readNumbers(int n, std::vector<float>& out);
     bool readVectorList(VrmlField& field);
