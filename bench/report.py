@@ -391,7 +391,7 @@ class Report:
                  "as the files grow; the row \"file bytes per triangle\" shows by how much). The floor's own "
                  "cost per byte rises at the larger sizes, where the buffers outgrow the caches and every "
                  "page of fresh memory is faulted in, so compare each row with the floor row. At 10^7 a read "
-                 "runs once per repetition, so that column is the noisiest.")
+                 "runs once per repetition (the peers once in all), so that column is the noisiest.")
         self.out()
         families = {}
         for run in self.scaling:
