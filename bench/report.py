@@ -529,8 +529,10 @@ class Report:
                  "them by hand — the prose per format lives in `bench/notes.md`).")
         self.out()
         if self.args.quick:
-            self.out("> **Quick run** (`bench/run --quick`): scaling sizes only up to 10^5 triangles and short "
-                     "minimum times. The full figures come from `bench/run` without `--quick`.")
+            self.out("> **Quick run** (`bench/run --quick`): one repetition of each benchmark, a 0.1 s minimum "
+                     "time, scaling only up to 10^5 triangles (the per-format files are full size). The full "
+                     "figures come from `bench/run` without `--quick` (three repetitions, medians, scaling to "
+                     "10^7).")
             self.out()
         self.out(f"- Date: {when:%Y-%m-%d %H:%M} UTC" + (f", run took {minutes:.0f} min" if minutes else ""))
         self.out(f"- Machine: {model}, {cores} cores, {memory}; {platform.system()} {platform.release()}")
