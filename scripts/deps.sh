@@ -7,7 +7,7 @@ KELP_DEBIAN_PACKAGES=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
   libjpeg-dev libpng-dev libtiff-dev libstb-dev
   libassimp-dev libtinyobjloader-dev
-  python3
+  python3 python3-matplotlib
 )
 
 kelp_missing_packages() {

@@ -1,0 +1,145 @@
+// kelp_peak <reader> <file>: reads the file once with one reader and prints a
+// JSON line with the process's peak resident memory before and after the read
+// and the bytes of the resulting arrays (the least any reader must hold).
+// Readers: kelp-asc, kelp-dxf, kelp-3ds, kelp-obj, kelp-ply, kelp-wrl,
+// kelp-stl, assimp, assimp-join (with aiProcess_JoinIdenticalVertices, as
+// assimp welds STL), tinyobjloader.
+#include <KelpFileIO.h>
+
+#include <assimp/Importer.hpp>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+#include <tiny_obj_loader.h>
+
+#include <sys/resource.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Outcome {
+    bool ok = false;
+    std::uint64_t containerBytes = 0;
+    std::uint64_t vertices = 0;
+    std::uint64_t triangles = 0;
+};
+
+long peakKilobytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+template <class T>
+std::uint64_t bytesOf(const std::vector<T>& v) {
+    return static_cast<std::uint64_t>(v.size()) * sizeof(T);
+}
+
+std::uint64_t bytesOf(const KelpCore::KelpPointSet& cloud) {
+    return bytesOf(cloud.vertices) + bytesOf(cloud.vertexFlags) + bytesOf(cloud.vertexNormals) +
+           bytesOf(cloud.vertexAuxVectors) + bytesOf(cloud.vertexAuxValues);
+}
+
+std::uint64_t bytesOf(const KelpCore::KelpTriMesh& mesh) {
+    return bytesOf(static_cast<const KelpCore::KelpPointSet&>(mesh)) + bytesOf(mesh.faces) + bytesOf(mesh.faceFlags) +
+           bytesOf(mesh.faceNormals) + bytesOf(mesh.faceAuxVectors) + bytesOf(mesh.faceAuxValues) +
+           bytesOf(mesh.faceTexCoordIndices) + bytesOf(mesh.texCoords);
+}
+
+Outcome readCloud(bool (*read)(const char*, KelpCore::KelpPointSet*), const char* path) {
+    KelpCore::KelpPointSet cloud;
+    Outcome outcome;
+    outcome.ok = read(path, &cloud);
+    outcome.containerBytes = bytesOf(cloud);
+    outcome.vertices = cloud.vertexCount;
+    return outcome;
+}
+
+Outcome readMesh(bool (*read)(const char*, KelpCore::KelpTriMesh*), const char* path) {
+    KelpCore::KelpTriMesh mesh;
+    Outcome outcome;
+    outcome.ok = read(path, &mesh);
+    outcome.containerBytes = bytesOf(mesh);
+    outcome.vertices = mesh.vertexCount;
+    outcome.triangles = mesh.faceCount;
+    return outcome;
+}
+
+Outcome readAssimp(const char* path, unsigned flags) {
+    Assimp::Importer importer;
+    const aiScene* scene = importer.ReadFile(path, flags);
+    Outcome outcome;
+    outcome.ok = scene && scene->mNumMeshes > 0;
+    for (unsigned m = 0; scene && m < scene->mNumMeshes; ++m) {
+        const aiMesh* mesh = scene->mMeshes[m];
+        std::uint64_t perVertex = mesh->HasNormals() ? 2 : 1;
+        if (mesh->HasTangentsAndBitangents()) perVertex += 2;
+        for (unsigned c = 0; c < AI_MAX_NUMBER_OF_TEXTURECOORDS; ++c) perVertex += mesh->HasTextureCoords(c);
+        outcome.containerBytes += mesh->mNumVertices * perVertex * sizeof(aiVector3D);
+        for (unsigned c = 0; c < AI_MAX_NUMBER_OF_COLOR_SETS; ++c)
+            if (mesh->HasVertexColors(c)) outcome.containerBytes += mesh->mNumVertices * sizeof(aiColor4D);
+        for (unsigned f = 0; f < mesh->mNumFaces; ++f)
+            outcome.containerBytes += sizeof(aiFace) + mesh->mFaces[f].mNumIndices * sizeof(unsigned);
+        outcome.vertices += mesh->mNumVertices;
+        outcome.triangles += mesh->mNumFaces;
+    }
+    return outcome;
+}
+
+Outcome readTinyObj(const char* path) {
+    tinyobj::ObjReader reader;
+    tinyobj::ObjReaderConfig config;
+    config.triangulate = true;
+    Outcome outcome;
+    outcome.ok = reader.ParseFromFile(path, config);
+    const tinyobj::attrib_t& attrib = reader.GetAttrib();
+    outcome.containerBytes = bytesOf(attrib.vertices) + bytesOf(attrib.normals) + bytesOf(attrib.texcoords) +
+                             bytesOf(attrib.colors) + bytesOf(attrib.vertex_weights);
+    outcome.vertices = attrib.vertices.size() / 3;
+    for (const tinyobj::shape_t& shape : reader.GetShapes()) {
+        outcome.containerBytes += bytesOf(shape.mesh.indices) + bytesOf(shape.mesh.num_face_vertices) +
+                                  bytesOf(shape.mesh.material_ids) + bytesOf(shape.mesh.smoothing_group_ids);
+        outcome.triangles += shape.mesh.num_face_vertices.size();
+    }
+    return outcome;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: kelp_peak <reader> <file>\n");
+        return 2;
+    }
+    const std::string reader = argv[1];
+    const char* path = argv[2];
+    const long before = peakKilobytes();
+    Outcome outcome;
+    if (reader == "kelp-asc") outcome = readCloud(KelpGraphic::KelpReadAsc, path);
+    else if (reader == "kelp-dxf") outcome = readCloud(KelpGraphic::KelpReadDxf, path);
+    else if (reader == "kelp-3ds") outcome = readMesh(KelpGraphic::KelpRead3ds, path);
+    else if (reader == "kelp-obj") outcome = readMesh(KelpGraphic::KelpReadObj, path);
+    else if (reader == "kelp-ply") outcome = readMesh(KelpGraphic::KelpReadPly, path);
+    else if (reader == "kelp-wrl") outcome = readMesh(KelpGraphic::KelpReadWrl, path);
+    else if (reader == "kelp-stl") outcome = readMesh(KelpGraphic::KelpReadStl, path);
+    else if (reader == "assimp") outcome = readAssimp(path, 0);
+    else if (reader == "assimp-join") outcome = readAssimp(path, aiProcess_JoinIdenticalVertices);
+    else if (reader == "tinyobjloader") outcome = readTinyObj(path);
+    else {
+        std::fprintf(stderr, "kelp_peak: unknown reader %s\n", reader.c_str());
+        return 2;
+    }
+    const long after = peakKilobytes();
+    std::fflush(stdout);  // after the readers' own progress lines
+    std::printf("{\"reader\": \"%s\", \"file\": \"%s\", \"ok\": %s, \"baseline_kb\": %ld, \"peak_kb\": %ld, "
+                "\"container_bytes\": %llu, \"vertices\": %llu, \"triangles\": %llu}\n",
+                reader.c_str(), path, outcome.ok ? "true" : "false", before, after,
+                static_cast<unsigned long long>(outcome.containerBytes),
+                static_cast<unsigned long long>(outcome.vertices), static_cast<unsigned long long>(outcome.triangles));
+    return outcome.ok ? 0 : 1;
+}
