@@ -90,7 +90,7 @@ TEST_F(Stl, DetectionBySizeThenByBytesAbove127) {
     late[212] = '\xFF';  // just past the probed offsets 84..211
     const std::pair<std::string, bool> cases[] = {
         {binaryStl(5, {kLow, kLow, kLow}), false},
-        {binaryStl(7, {kA, kB, kC}), true},
+        {binaryStl(7, {kA, kB}), true},  // 0x80 is the smallest byte that counts
         {late, false},
         {"solid " + std::string(100, 'x') + "\xE6\x96\x87\n" + asciiFacet(kA), true},
         {binaryStl(0x80000002u, {kLow, kLow}), true},  // 84 + 50 n wraps to 184
@@ -244,6 +244,8 @@ TEST_F(Stl, WeldingWhileReadingMergesExactlyTheBitIdenticalCorners) {
         std::vector<Vec3f> palette(size * 3 / 2 + 1);
         for (Vec3f& p : palette)
             for (float& c : p) c = random() % 8 ? coordinate(random) : specials[random() % 8];
+        if (size == 3000)  // flat on two axes: the positions differ in z alone
+            for (Vec3f& p : palette) p[0] = p[1] = 0.5f;
         std::vector<Triangle> triangles(size);
         for (Triangle& t : triangles)
             for (Vec3f& p : t) p = palette[random() % palette.size()];
