@@ -1,0 +1,342 @@
+// KelpReadStl, KelpWriteStl and the pieces behind them, on inputs built here;
+// the ASCII side against the C runtime's own fscanf.
+#include <KelpFileIO.h>
+
+#include "frame/ReaderLocale.h"
+#include "stl/StlReaders.h"
+#include "stl/StlScan.h"
+#include "support/LocaleGuard.h"
+#include "support/TestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <random>
+#include <utility>
+
+using KelpCore::KelpTriMesh;
+using KelpCore::Vec3f;
+using KelpCore::Vec3u;
+
+namespace {
+
+using Triangle = std::array<Vec3f, 3>;
+
+const Triangle kA{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}};  // 1.0f is 00 00 80 3F
+const Triangle kB{{{1, 0, 0}, {1, 1, 0}, {0, 1, 0}}};
+const Triangle kC{{{5, 5, 5}, {6, 5, 5}, {5, 6, 5}}};
+// Float bytes all below 128: only the size test can make such a file binary.
+const Triangle kLow{{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}};
+
+// A binary STL whose count field says `count` and which holds `triangles`.
+std::string binaryStl(std::uint32_t count, const std::vector<Triangle>& triangles) {
+    std::string bytes(80, 's');
+    KelpTest::putU32(bytes, count);
+    for (const Triangle& t : triangles) {
+        bytes.append(12, '\0');
+        for (const Vec3f& corner : t)
+            for (float v : corner) KelpTest::putF32(bytes, v);
+        KelpTest::putU16(bytes, 0x1234);
+    }
+    return bytes;
+}
+
+std::string asciiFacet(const Triangle& t) {
+    std::string text = "  facet normal 0 0 1\n    outer loop\n";
+    for (const Vec3f& c : t)
+        text += "      vertex " + std::to_string(c[0]) + " " + std::to_string(c[1]) + " " + std::to_string(c[2]) + "\n";
+    return text + "    endloop\n  endfacet\n";
+}
+
+std::vector<Vec3f> soupOf(const std::vector<Triangle>& triangles) {
+    std::vector<Vec3f> soup;
+    for (const Triangle& t : triangles) soup.insert(soup.end(), t.begin(), t.end());
+    return soup;
+}
+
+// Positions as their bytes, so that not-a-number values compare too.
+std::string bytesOf(const std::vector<Vec3f>& positions) {
+    return std::string(reinterpret_cast<const char*>(positions.data()), sizeof(Vec3f) * positions.size());
+}
+
+template <typename Call>
+std::string printed(Call call) {
+    std::fflush(stdout);
+    testing::internal::CaptureStdout();
+    call();
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+class Stl : public ::testing::Test {
+protected:
+    const char* write(const std::string& bytes) {
+        KelpTest::writeFile(path, bytes);
+        return path.c_str();
+    }
+
+    KelpTest::LocaleGuard locale;
+    KelpTest::TempDir dir;
+    const std::string path = dir.file("m.stl");
+};
+
+TEST_F(Stl, DetectionBySizeThenByBytesAbove127) {
+    std::string late = binaryStl(9, {kLow, kLow, kLow, kLow});
+    late[212] = '\xFF';  // just past the probed offsets 84..211
+    const std::pair<std::string, bool> cases[] = {
+        {binaryStl(5, {kLow, kLow, kLow}), false},
+        {binaryStl(7, {kA, kB}), true},  // 0x80 is the smallest byte that counts
+        {late, false},
+        {"solid " + std::string(100, 'x') + "\xE6\x96\x87\n" + asciiFacet(kA), true},
+        {binaryStl(0x80000002u, {kLow, kLow}), true},  // 84 + 50 n wraps to 184
+        // Bytes a short file lacks count as zeros.
+        {std::string(84, '\0'), true},
+        {std::string(83, '\0'), false},
+    };
+    for (const auto& [bytes, binary] : cases) {
+        std::FILE* file = std::fopen(write(bytes), "rt");
+        EXPECT_EQ(KelpStl::looksBinary(file), binary) << "size " << bytes.size();
+        std::fclose(file);
+    }
+}
+
+TEST_F(Stl, ShortBinaryFileRepeatsTheLastCornersReadInFull) {
+    const std::string file = binaryStl(4, {kA, kC, kB});
+    // A record cut after its corners still delivered them; one cut earlier did not.
+    const std::pair<std::size_t, std::vector<Vec3f>> cuts[] = {
+        {84 + 100 + 48, soupOf({kA, kC, kB, kB})},
+        {84 + 100 + 47, soupOf({kA, kC, kC, kC})},
+        {84 + 30, std::vector<Vec3f>(12, Vec3f{0, 0, 0})},
+    };
+    for (const auto& [size, soup] : cuts) {
+        KelpTriMesh mesh;
+        EXPECT_EQ(printed([&] { EXPECT_TRUE(KelpStl::readBinaryStl(write(file.substr(0, size)), &mesh)); }),
+                  "OpenBinary::fn=4\nOpenBinary::read end\n");
+        EXPECT_EQ(mesh.vertices, soup) << "size " << size;
+        EXPECT_EQ(mesh.faces, (std::vector<Vec3u>{{0, 1, 2}, {3, 4, 5}, {6, 7, 8}, {9, 10, 11}}));
+    }
+    // The loop compares as signed numbers: counts from 2^31 on visit nothing.
+    EXPECT_EQ(KelpStl::visitedTriangles(0x7FFFFFFFu), 0x7FFFFFFFu);
+    EXPECT_EQ(KelpStl::visitedTriangles(0x80000000u), 0u);
+}
+
+TEST_F(Stl, ScannerConsumesAndConvertsAsFscanf) {
+    static const char kAlphabet[] = "0123456789....eeEE++--xXpPnNaAiIfFtTyY  \n\t\r\v\fbcdZ,\x80\xff";
+    std::mt19937 random(1234);
+    for (int round = 0; round < 4000; ++round) {
+        std::string text;
+        for (int i = 0; i <= round % 40; ++i) text += kAlphabet[random() % (sizeof kAlphabet - 1)];
+        if (round % 7 == 0) text = "  -0x1.8p+1 1e+ .e 0x 1.5.5 infinity -INF nan(12) 00x5 +";
+        std::FILE* stream = fmemopen(text.data(), text.size(), "r");
+        KelpStl::ScanCursor cursor(text.data(), text.data() + text.size(), '.');
+        for (int step = 0; step < 12; ++step) {
+            const int op = random() % 5;
+            SCOPED_TRACE(::testing::Message() << "text \"" << text << "\" step " << step << " op " << op);
+            float mine = -7.0f, theirs = -7.0f;
+            if (op == 0) {
+                ASSERT_EQ(cursor.skipWord(), std::fscanf(stream, "%*s") == 0);
+            } else if (op == 1) {
+                cursor.skipSpace();
+                std::fscanf(stream, " ");
+            } else if (op == 2) {
+                cursor.skipLine();
+                for (int c = 0; c != EOF && c != '\n';) c = std::fgetc(stream);
+            } else {
+                const bool converted = std::fscanf(stream, "%f", &theirs) == 1;
+                ASSERT_EQ(cursor.readFloat(mine), converted);
+            }
+            ASSERT_EQ(std::memcmp(&mine, &theirs, sizeof mine), 0) << mine << " against " << theirs;
+            ASSERT_EQ(cursor.position() - text.data(), std::ftell(stream));
+            ASSERT_EQ(cursor.atEnd(), std::feof(stream) != 0);
+        }
+        std::fclose(stream);
+    }
+}
+
+// The ASCII grammar in the C runtime's own calls: the corners of the facets
+// kept, as bytes, or false when a corner does not parse.
+bool referenceAscii(const std::string& path, std::string& corners) {
+    std::FILE* file = std::fopen(path.c_str(), "r");
+    for (int c = 0; c != EOF && c != '\n';) c = std::fgetc(file);
+    bool ok = true;
+    while (ok && !std::feof(file)) {
+        float n[3], v[9];
+        if (std::fscanf(file, "%*s %*s %f %f %f\n", &n[0], &n[1], &n[2]) != 3) continue;
+        std::fscanf(file, "%*s %*s");
+        for (int c = 0; ok && c < 3; ++c) ok = std::fscanf(file, "%*s %f %f %f\n", &v[3 * c], &v[3 * c + 1], &v[3 * c + 2]) == 3;
+        std::fscanf(file, "%*s");
+        std::fscanf(file, "%*s");
+        if (ok && !std::feof(file)) corners.append(reinterpret_cast<const char*>(v), sizeof v);
+    }
+    std::fclose(file);
+    return ok;
+}
+
+// Facets with characters inserted or deleted, sometimes without a first line,
+// an "endsolid" line or a final line break (which loses the last facet).
+std::string randomStl(std::mt19937& random) {
+    static const char kFacet[] = "facet normal 0 0 1\nouter loop\nvertex 1.5 -2 3e2\nvertex 0 1 2\nvertex -4 5e-1 6\nendloop\nendfacet\n";
+    static const char kNoise[] = "0123456789.eE+-xXpnaif \n\tv";
+    std::string text = random() % 5 ? "solid name\n" : "";
+    for (int f = random() % 6; f > 0; --f) text += kFacet;
+    if (random() % 2) text += "endsolid\n";
+    for (int edits = random() % 5; edits > 0 && !text.empty(); --edits) {
+        const std::size_t at = random() % text.size();
+        if (random() % 2) text.erase(at, 1 + random() % 6);
+        else text.insert(at, 1 + random() % 3, kNoise[random() % (sizeof kNoise - 1)]);
+    }
+    if (random() % 3 == 0)
+        while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    return text;
+}
+
+TEST_F(Stl, AsciiReaderMatchesTheFscanfGrammar) {
+    std::mt19937 random(99);
+    int successes = 0;
+    for (int round = 0; round < 400; ++round) {
+        const std::string text = randomStl(random);
+        SCOPED_TRACE(text);
+        write(text);
+        KelpFrame::switchToReaderLocale();
+        std::string corners;
+        const bool ok = referenceAscii(path, corners);
+        KelpTriMesh mesh;
+        ASSERT_EQ(KelpStl::readAsciiStl(path.c_str(), &mesh), ok);
+        if (!ok) continue;
+        ++successes;
+        ASSERT_EQ(bytesOf(mesh.vertices), corners);
+        // Provisional face numbers, one step per facet.
+        ASSERT_EQ(mesh.faceCount, mesh.vertices.size() / 3);
+        for (std::uint32_t k = 0; k < mesh.faceCount; ++k) ASSERT_EQ(mesh.faces[k], (Vec3u{k, k + 1, k + 2}));
+    }
+    EXPECT_GT(successes, 100);
+}
+
+// Welding must give every corner the first vertex with the same position bits
+// and keep the survivors in order: what a grid walk over the bounding box
+// gives, since identical bits always land in the same cell.
+std::pair<std::string, std::vector<Vec3u>> firstAppearance(const std::vector<Vec3f>& soup) {
+    std::map<std::string, std::uint32_t> survivors;
+    std::string positions;
+    std::vector<Vec3u> faces(soup.size() / 3);
+    for (std::size_t v = 0; v < soup.size(); ++v) {
+        const std::string bits = bytesOf({soup[v]});
+        const auto [at, added] = survivors.emplace(bits, static_cast<std::uint32_t>(survivors.size()));
+        if (added) positions += bits;
+        faces[v / 3][v % 3] = at->second;
+    }
+    return {positions, faces};
+}
+
+TEST_F(Stl, WeldingWhileReadingMergesExactlyTheBitIdenticalCorners) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> coordinate(-1.0f, 1.0f);
+    const float specials[] = {0.0f, -0.0f, NAN, -NAN, 1.0f, std::nextafter(1.0f, 2.0f), 1e30f, -INFINITY};
+    // Palettes of half as many positions as corners give many duplicates. The
+    // large files span several read blocks and grow the table; they end inside
+    // record 15000, so that record 14999 repeats.
+    for (const std::uint32_t size : {1, 2, 50, 300, 1000, 3000, 20000, 20000}) {
+        std::vector<Vec3f> palette(size * 3 / 2 + 1);
+        for (Vec3f& p : palette)
+            for (float& c : p) c = random() % 8 ? coordinate(random) : specials[random() % 8];
+        if (size == 3000)  // flat on two axes: the positions differ in z alone
+            for (Vec3f& p : palette) p[0] = p[1] = 0.5f;
+        std::vector<Triangle> triangles(size);
+        for (Triangle& t : triangles)
+            for (Vec3f& p : t) p = palette[random() % palette.size()];
+        std::string bytes = binaryStl(size, triangles);
+        if (size > 15000) {
+            bytes.resize(84 + 50 * 15000 + 40);
+            std::fill(triangles.begin() + 15000, triangles.end(), triangles[14999]);
+        }
+        KelpTriMesh mesh;
+        printed([&] { KelpStl::readBinaryStl(write(bytes), &mesh, /*weld=*/true); });
+        const auto [positions, faces] = firstAppearance(soupOf(triangles));
+        ASSERT_EQ(bytesOf(mesh.vertices), positions) << "size " << size;
+        ASSERT_EQ(mesh.faces, faces) << "size " << size;
+    }
+}
+
+// Hosts may override reset(); welding calls it once, before it stores.
+struct ResetSpy : KelpTriMesh {
+    void reset() override {
+        ++calls;
+        KelpTriMesh::reset();
+    }
+    int calls = 0;
+};
+
+TEST_F(Stl, BothReadersWeldAndKeepTheAttributeBits) {
+    for (const std::string& bytes : {binaryStl(2, {kA, kB}), "solid\n" + asciiFacet(kA) + asciiFacet(kB) + "endsolid\n"}) {
+        ResetSpy mesh;
+        mesh.vertexAttributes = KelpCore::KelpAttributeNormals;
+        mesh.faceAttributes = KelpCore::KelpAttributeAuxVectors;
+        for (int i = 0; i < 10; ++i) mesh.addVertex({9, 9, 9});
+        printed([&] { ASSERT_TRUE(KelpGraphic::KelpReadStl(write(bytes), &mesh)); });
+        EXPECT_EQ(mesh.calls, 1);
+        EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}));
+        EXPECT_EQ(mesh.faces, (std::vector<Vec3u>{{0, 1, 2}, {1, 3, 2}}));
+        EXPECT_EQ(mesh.vertexNormals.size(), 4u);
+        EXPECT_EQ(mesh.faceAuxVectors.size(), 2u);
+        EXPECT_TRUE(mesh.vertexAuxVectors.empty() && mesh.faceNormals.empty());
+        EXPECT_EQ(KelpTest::currentLocale(), "C");
+    }
+}
+
+TEST_F(Stl, LocaleStaysSwitchedOnlyWhenAReadFails) {
+    KELP_REQUIRE_READER_LOCALE();
+    KelpTriMesh mesh;
+    mesh.addVertex({7, 7, 7});
+    EXPECT_FALSE(KelpGraphic::KelpReadStl(dir.file("missing.stl").c_str(), &mesh));
+    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
+
+    // A corner with two numbers fails the read, and nothing is welded.
+    std::setlocale(LC_ALL, "C");
+    const std::string broken = "solid\n" + asciiFacet(kA) + "facet normal 0 0 1\nouter loop\nvertex 1 2\nvertex 1 2 3\n";
+    bool result = true;
+    EXPECT_EQ(printed([&] { result = KelpGraphic::KelpReadStl(write(broken), &mesh); }), "");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{{7, 7, 7}}));
+    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
+
+    // A successful read switches back to "C"; a binary count of 0 empties the mesh.
+    EXPECT_EQ(printed([&] { EXPECT_TRUE(KelpGraphic::KelpReadStl(write(binaryStl(0, {})), &mesh)); }),
+              "OpenBinary::fn=0\nOpenBinary::read end\nRemoveRedundant::End\n");
+    EXPECT_TRUE(mesh.vertexCount == 0 && mesh.vertices.empty() && mesh.faceCount == 0 && mesh.faces.empty());
+    EXPECT_EQ(KelpTest::currentLocale(), "C");
+}
+
+std::string record(const Triangle& corners) {
+    std::string bytes(12, '\0');
+    for (const Vec3f& c : corners)
+        for (float v : c) KelpTest::putF32(bytes, v);
+    return bytes + std::string(2, '\0');
+}
+
+TEST_F(Stl, WriterTakesTheRecordedCountAndSkipsDeletedFaces) {
+    KELP_REQUIRE_READER_LOCALE();
+    std::setlocale(LC_ALL, KelpTest::kReaderLocale);  // the writer never switches it
+    KelpTriMesh mesh;
+    const Vec3f d{-1, -2, 3.5f}, origin{0, 0, 0};
+    for (const Vec3f& p : {kA[0], kA[1], kA[2], d}) mesh.addVertex(p);
+    mesh.addFace(0, 1, 2);
+    mesh.addFace(1, 2, 3);
+    mesh.addFace(3, 2, 1);
+    mesh.addFace(3, 7, 0xFFFFFFFFu);  // indices past the vertices write the origin
+    mesh.faceFlags = {0, 1 | 8, 8, 0};  // bit 0 marks a deleted face
+    mesh.recordedFaceCount = 3;
+    ASSERT_TRUE(KelpGraphic::KelpWriteStl(path.c_str(), &mesh));
+    std::string expected(80, '\0');
+    KelpTest::putU32(expected, 3);
+    EXPECT_EQ(KelpTest::readFile(path), expected + record(kA) + record({d, kA[2], kA[1]}) + record({d, origin, origin}));
+    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
+
+    EXPECT_FALSE(KelpGraphic::KelpWriteStl(dir.file("no/such/dir.stl").c_str(), &mesh));
+}
+
+}  // namespace
