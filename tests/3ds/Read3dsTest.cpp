@@ -153,8 +153,7 @@ TEST_F(Read3ds, FailuresKeepWhatCameBeforeAndOddLengths) {
         {file3ds(tri + chunk(kAmbientColour3ds, chunk(0x0013, floats({1, 1, 1}))) + next), false, 3},
         {file3ds(tri + chunk(kBackgroundColour3ds, chunk(kPercentInt3ds, u16s({5}))) + next), false, 3},
         {file3ds(tri + chunk(kMaterial3ds, chunk(kMaterialDiffuse3ds, chunk(0x0012, "rgb"))) + next), false, 3},
-        {file3ds(tri + chunk(kMaterial3ds, chunk(kMaterialTransparency3ds, chunk(0x0032, u16s({5})))) + next), false,
-         3},
+        {file3ds(tri + chunk(kMaterial3ds, chunk(kMaterialTransparency3ds, chunk(0x0032, u16s({5}))))), false, 3},
         // The first chunk must be a main chunk; after it others are skipped;
         // fewer bytes than a header at the end fail.
         {chunk(0x1234, u16s({1, 0})) + good, false, 0},
