@@ -11,15 +11,13 @@
 
 using namespace KelpVrml;
 using KelpVrmlTest::ReaderOnText;
+using Ints = std::vector<std::int32_t>;
 
 namespace {
 
 struct Parsed {
-    explicit Parsed(const std::string& text) : on("#VRML V1.0 ascii\n" + text) { node = on.reader().parseNode(0); }
+    explicit Parsed(const std::string& text) : on("#VRML V1.0 ascii\n" + text) { node = on.reader.parseNode(0); }
     std::string error() const { return on.error(); }
-    std::string located(int line, const std::string& message) const {
-        return "file \"" + on.path() + "\" line " + std::to_string(line) + ": " + message;
-    }
     ReaderOnText on;
     VrmlNode* node = nullptr;
 };
@@ -32,90 +30,52 @@ const VrmlField& field(const VrmlNode* node, int kind) {
     return none;
 }
 
-float wordFloat(const VrmlField& f) {
-    float value;
-    std::memcpy(&value, &f.word, sizeof value);
-    return value;
-}
-
-TEST(VrmlParser, SeparatorWithCoordinates) {
-    Parsed p("Separator { Coordinate3 { point [0 0 0, 1 0 0, 0 1 0] } }");
-    ASSERT_NE(p.node, nullptr);
-    EXPECT_EQ(p.node->type, kSeparator);
-    EXPECT_EQ(field(p.node, kRenderCulling).word, static_cast<std::uint32_t>(kAuto));
-    ASSERT_EQ(p.node->children.size(), 1u);
-    const VrmlField& point = field(p.node->children[0], kPoint);
-    EXPECT_EQ(p.node->children[0]->type, kCoordinate3);
-    EXPECT_EQ(point.count, 9);
-    EXPECT_EQ(point.floats, (std::vector<float>{0, 0, 0, 1, 0, 0, 0, 1, 0}));
-    EXPECT_EQ(p.error(), "no vrml error");
-}
-
-TEST(VrmlParser, DefaultsThatReachTheMesh) {
-    // Without "point" a Coordinate3 holds one value slot and no values.
-    Parsed coords("Coordinate3 { }");
-    EXPECT_EQ(field(coords.node, kPoint).count, 1);
-    EXPECT_TRUE(field(coords.node, kPoint).floats.empty());
-
-    Parsed faces("IndexedFaceSet { }");
-    EXPECT_EQ(field(faces.node, kCoordIndex).ints, (std::vector<std::int32_t>{0}));
-    EXPECT_EQ(field(faces.node, kTextureCoordIndex).ints, (std::vector<std::int32_t>{-1}));
-}
-
 TEST(VrmlParser, EachReaderFamilyReadsItsValues) {
-    Parsed light("DirectionalLight { on TRUE intensity 0.5 color [1, 0.5, 0.25] direction 0 -1 0 }");
-    ASSERT_NE(light.node, nullptr);
-    EXPECT_EQ(field(light.node, kOn).word, 1u);
-    EXPECT_EQ(wordFloat(field(light.node, kIntensity)), 0.5f);
-    EXPECT_EQ(field(light.node, kColor).floats, (std::vector<float>{1, 0.5f, 0.25f}));
-    EXPECT_EQ(field(light.node, kDirection).floats, (std::vector<float>{0, -1, 0}));
-
-    Parsed text("AsciiText { string [\"a\", b] spacing 2 justification CENTER width [1, 2 3] }");
-    ASSERT_NE(text.node, nullptr);
-    EXPECT_EQ(field(text.node, kString).strings, (std::vector<std::string>{"a", "b"}));
-    EXPECT_EQ(field(text.node, kJustification).word, static_cast<std::uint32_t>(kCenter));
-    EXPECT_EQ(field(text.node, kWidth).floats, (std::vector<float>{1, 2, 3}));
-
-    Parsed cone("Cone { parts (SIDES | BOTTOM) height 3 }");
-    ASSERT_NE(cone.node, nullptr);
-    EXPECT_EQ(field(cone.node, kParts).word, static_cast<std::uint32_t>(kSides | kBottom));
-
-    Parsed texture("Texture2 { filename \"t.png\" image 2 1 1 255 0 wrapS CLAMP }");
-    ASSERT_NE(texture.node, nullptr);
-    EXPECT_EQ(field(texture.node, kImage).ints, (std::vector<std::int32_t>{255, 0}));
-    EXPECT_EQ(field(texture.node, kFilename).strings, (std::vector<std::string>{"t.png"}));
-
-    Parsed matrix("MatrixTransform { matrix 1 0 0 0, 0 1 0 0, 0 0 1 0, 5 6 7 1 }");
-    ASSERT_NE(matrix.node, nullptr);
-    EXPECT_EQ(field(matrix.node, kMatrix).count, 16);
-
-    Parsed info("Info { string \"x\" }");
-    EXPECT_NE(info.node, nullptr);
-    Parsed sw("Switch { whichChild 1 Cube { } Sphere { } }");
-    ASSERT_NE(sw.node, nullptr);
-    EXPECT_EQ(field(sw.node, kWhichChild).word, 1u);
-    EXPECT_EQ(sw.node->children.size(), 2u);
-
+    Parsed p("Separator { Coordinate3 { point [0 0 0, 1 0 0, 0 1 0] } Coordinate3 { }\n"
+             "DirectionalLight { on TRUE intensity 0.5 color [1, 0.5, 0.25] direction 0 -1 0 }\n"
+             "AsciiText { string [\"a\", b] justification CENTER width [1, 2 3] }\n"
+             "Cone { parts (SIDES | BOTTOM) height 3 } Texture2 { filename \"t.png\" image 2 1 1 255 0 wrapS CLAMP }\n"
+             "MatrixTransform { matrix 1 0 0 0, 0 1 0 0, 0 0 1 0, 5 6 7 1 } Info { string \"x\" }\n"
+             "Switch { whichChild 1 Cube { } Sphere { } } TextureCoordinate2 { point [0 0, 1 0] } }");
+    ASSERT_NE(p.node, nullptr) << p.error();
+    EXPECT_EQ(p.error(), "no vrml error");
+    EXPECT_EQ(field(p.node, kRenderCulling).word, static_cast<std::uint32_t>(kAuto));
+    const std::vector<VrmlNode*>& c = p.node->children;
+    ASSERT_EQ(c.size(), 10u);
+    EXPECT_EQ(field(c[0], kPoint).floats, (std::vector<float>{0, 0, 0, 1, 0, 0, 0, 1, 0}));
+    // Without "point" a Coordinate3 holds one value slot and no values.
+    EXPECT_EQ(field(c[1], kPoint).count, 1);
+    EXPECT_TRUE(field(c[1], kPoint).floats.empty());
+    EXPECT_EQ(field(c[2], kOn).word, 1u);
+    EXPECT_EQ(field(c[2], kIntensity).word, 0x3F000000u);  // 0.5 as its bits
+    EXPECT_EQ(field(c[2], kDirection).floats, (std::vector<float>{0, -1, 0}));
+    EXPECT_EQ(field(c[3], kString).strings, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(field(c[3], kJustification).word, static_cast<std::uint32_t>(kCenter));
+    EXPECT_EQ(field(c[3], kWidth).floats, (std::vector<float>{1, 2, 3}));
+    EXPECT_EQ(field(c[4], kParts).word, static_cast<std::uint32_t>(kSides | kBottom));
+    EXPECT_EQ(field(c[5], kImage).ints, (Ints{255, 0}));
+    EXPECT_EQ(field(c[6], kMatrix).count, 16);
+    EXPECT_EQ(field(c[8], kWhichChild).word, 1u);
     // The point of TextureCoordinate2 is read and dropped, and no type is set.
-    Parsed coords("TextureCoordinate2 { point [0 0, 1 0, 1 1] }");
-    ASSERT_NE(coords.node, nullptr);
-    EXPECT_EQ(coords.node->type, 0);
-    EXPECT_TRUE(coords.node->fields.empty());
+    EXPECT_EQ(c[9]->type, 0);
+    EXPECT_TRUE(c[9]->fields.empty());
 }
 
 TEST(VrmlParser, IndexListsDropTheNumberBeforeTheBracketAndEveryFourth) {
-    Parsed trailing("IndexedFaceSet { coordIndex [0, 1, 2, -1, 3, 4, 5, -1, ] }");
-    const VrmlField& kept = field(trailing.node, kCoordIndex);
-    EXPECT_EQ(kept.ints, (std::vector<std::int32_t>{0, 1, 2, 3, 4, 5}));
-    EXPECT_EQ(kept.count, 6);
-
-    Parsed bare("IndexedFaceSet { coordIndex [0, 1, 2, -1] }");
-    EXPECT_EQ(field(bare.node, kCoordIndex).ints, (std::vector<std::int32_t>{0, 1}));
-    EXPECT_EQ(field(bare.node, kCoordIndex).count, 2);
-
-    // Quads are not triangulated: the fourth corner goes, the -1 stays.
-    Parsed quads("IndexedFaceSet { coordIndex [0, 1, 2, 3, -1, 4, 5, 6, 7, -1, ] }");
-    EXPECT_EQ(field(quads.node, kCoordIndex).ints, (std::vector<std::int32_t>{0, 1, 2, -1, 4, 5, 7}));
+    const std::vector<std::pair<std::string, Ints>> cases = {
+        {"IndexedFaceSet { }", {0}},
+        {"IndexedFaceSet { coordIndex [0, 1, 2, -1, 3, 4, 5, -1, ] }", {0, 1, 2, 3, 4, 5}},
+        {"IndexedFaceSet { coordIndex [0, 1, 2, -1] }", {0, 1}},
+        // Quads are not triangulated: the fourth corner goes, the -1 stays.
+        {"IndexedFaceSet { coordIndex [0, 1, 2, 3, -1, 4, 5, 6, 7, -1, ] }", {0, 1, 2, -1, 4, 5, 7}},
+        // Without brackets one number is read; the stride leaves none of it.
+        {"IndexedFaceSet { coordIndex 7 }", {}},
+        // Line sets keep their lists whole (but for the number before "]").
+        {"IndexedLineSet { coordIndex [0, 1, 2, -1] }", {0, 1, 2}},
+        // Octal bits are a denormal float, truncated to 0.
+        {"IndexedFaceSet { coordIndex [010, 1, 2, -1, ] }", {0, 1, 2}}};
+    for (const auto& [text, expected] : cases) EXPECT_EQ(field(Parsed(text).node, kCoordIndex).ints, expected) << text;
+    EXPECT_EQ(field(Parsed("IndexedFaceSet { }").node, kTextureCoordIndex).ints, (Ints{-1}));
 
     // Lengths that are not multiples of four never read past the list.
     for (int n = 0; n < 12; ++n) {
@@ -124,104 +84,65 @@ TEST(VrmlParser, IndexListsDropTheNumberBeforeTheBracketAndEveryFourth) {
         Parsed p("IndexedFaceSet { normalIndex " + list + "] }");
         EXPECT_EQ(field(p.node, kNormalIndex).ints.size(), static_cast<std::size_t>(n * 3 / 4)) << n;
     }
-
-    // Without brackets one number is read; the stride leaves none of it.
-    Parsed single("IndexedFaceSet { coordIndex 7 }");
-    EXPECT_TRUE(field(single.node, kCoordIndex).ints.empty());
-    // Line sets keep their lists whole (but for the number before "]").
-    Parsed lines("IndexedLineSet { coordIndex [0, 1, 2, -1] }");
-    EXPECT_EQ(field(lines.node, kCoordIndex).ints, (std::vector<std::int32_t>{0, 1, 2}));
-    // Octal bits are a denormal float, truncated to 0.
-    Parsed octal("IndexedFaceSet { coordIndex [010, 1, 2, -1, ] }");
-    EXPECT_EQ(field(octal.node, kCoordIndex).ints, (std::vector<std::int32_t>{0, 1, 2}));
 }
 
 TEST(VrmlParser, DefAndUse) {
-    Parsed twice("DEF A DEF B Cube { }");
-    EXPECT_EQ(twice.node, nullptr);
-    EXPECT_EQ(twice.error(), twice.located(2, "DEF statement occured more than one time"));
-
-    Parsed missing("USE X");
-    EXPECT_EQ(missing.node, nullptr);
-    EXPECT_EQ(missing.error(), missing.located(2, "\"use\" referenced node not found"));
-
-    Parsed named("DEF \"\" Cube { }");
-    EXPECT_EQ(named.node, nullptr);
-    EXPECT_EQ(named.error(), named.located(2, "identifier expected"));
-
+    // Names keep 24 characters: a longer one is never found whole. DEF Q USE B
+    // enters the reference under B, so the next USE finds it.
     Parsed shared("Separator { DEF Abcdefghijklmnopqrstuvwxyz0 Cube { } USE Abcdefghijklmnopqrstuvwx "
                   "DEF Q USE Abcdefghijklmnopqrstuvwx USE Abcdefghijklmnopqrstuvwx }");
     ASSERT_NE(shared.node, nullptr) << shared.error();
-    ASSERT_EQ(shared.node->children.size(), 4u);
-    const VrmlNode* cube = shared.node->children[0];
-    EXPECT_STREQ(cube->name, "Abcdefghijklmnopqrstuvwx");
-    const VrmlNode* use = shared.node->children[1];
-    EXPECT_EQ(use->type, kCube);
-    EXPECT_EQ(use->isReference, 1);
-    EXPECT_TRUE(use->fields.empty());
-    ASSERT_EQ(use->children.size(), 1u);
-    EXPECT_EQ(use->children[0], cube);
-    // DEF Q USE B enters the reference under B, so the next USE finds it.
-    const VrmlNode* entered = shared.node->children[2];
-    EXPECT_STREQ(entered->name, "Abcdefghijklmnopqrstuvwx");
-    EXPECT_EQ(shared.node->children[3]->children[0], entered);
-
-    // A name beyond 24 characters is stored cut and so never found whole.
-    Parsed longName("Separator { DEF Abcdefghijklmnopqrstuvwxyz0 Cube { } USE Abcdefghijklmnopqrstuvwxyz0 }");
-    EXPECT_EQ(longName.node, nullptr);
+    const std::vector<VrmlNode*>& c = shared.node->children;
+    ASSERT_EQ(c.size(), 4u);
+    EXPECT_STREQ(c[0]->name, "Abcdefghijklmnopqrstuvwx");
+    EXPECT_EQ(c[1]->type, kCube);
+    EXPECT_EQ(c[1]->isReference, 1);
+    EXPECT_TRUE(c[1]->fields.empty());
+    EXPECT_EQ(c[1]->children, (std::vector<VrmlNode*>{c[0]}));
+    EXPECT_STREQ(c[2]->name, "Abcdefghijklmnopqrstuvwx");
+    EXPECT_EQ(c[3]->children, (std::vector<VrmlNode*>{c[2]}));
+    EXPECT_EQ(Parsed("Separator { DEF Abcdefghijklmnopqrstuvwxyz0 Cube { } USE Abcdefghijklmnopqrstuvwxyz0 }").node,
+              nullptr);
 }
 
-TEST(VrmlParser, SeparatorTakesRenderCullingAsALoneKeyword) {
-    Parsed p("Separator { renderCulling ON Cube { } }");
-    ASSERT_NE(p.node, nullptr);
-    EXPECT_EQ(field(p.node, kRenderCulling).word, static_cast<std::uint32_t>(kRenderCulling));
-    ASSERT_EQ(p.node->children.size(), 1u);
-    EXPECT_EQ(p.node->children[0]->type, kCube);
+TEST(VrmlParser, SeparatorsAndUnknownNodes) {
+    // renderCulling takes a lone keyword; a word before "}" makes a child that
+    // eats the Separator's brace.
+    Parsed culling("Separator { renderCulling ON Cube { } }");
+    ASSERT_NE(culling.node, nullptr);
+    EXPECT_EQ(field(culling.node, kRenderCulling).word, static_cast<std::uint32_t>(kRenderCulling));
+    EXPECT_EQ(culling.node->children.at(0)->type, kCube);
+    EXPECT_EQ(Parsed("Separator { renderCulling OFF }").node, nullptr);
 
-    // The word before "}" makes a child that eats the Separator's brace.
-    Parsed eaten("Separator { renderCulling OFF }");
-    EXPECT_EQ(eaten.node, nullptr);
+    // Unknown nodes are skipped to their first "}", so a nested one closes
+    // the Separator early.
+    Parsed unknown("Separator { Foo { a 1 } PointLight { on TRUE } Cube { } }");
+    ASSERT_NE(unknown.node, nullptr);
+    ASSERT_EQ(unknown.node->children.size(), 3u);
+    EXPECT_EQ(unknown.node->children[1]->type, 0);
+    EXPECT_EQ(unknown.node->children[2]->type, kCube);
+    EXPECT_EQ(Parsed("Separator { Foo { Bar { } } Cube { } }").node->children.size(), 1u);
 }
 
-TEST(VrmlParser, UnknownNodesAreSkippedToTheirFirstBrace) {
-    Parsed p("Separator { Foo { a 1 } PointLight { on TRUE } Cube { } }");
-    ASSERT_NE(p.node, nullptr);
-    ASSERT_EQ(p.node->children.size(), 3u);
-    EXPECT_EQ(p.node->children[0]->type, 0);
-    EXPECT_EQ(p.node->children[1]->type, 0);
-    EXPECT_EQ(p.node->children[2]->type, kCube);
-
-    // Nested braces: the inner "}" ends the unknown node and the next one
-    // closes the Separator early.
-    Parsed nested("Separator { Foo { Bar { } } Cube { } }");
-    ASSERT_NE(nested.node, nullptr);
-    EXPECT_EQ(nested.node->children.size(), 1u);
-
-    Parsed empty("Separator { }");
-    ASSERT_NE(empty.node, nullptr);
-    EXPECT_TRUE(empty.node->children.empty());
-}
-
-TEST(VrmlParser, ErrorTextsCarryFileAndLine) {
-    Parsed height("Cube { width 1\nheight }");
-    EXPECT_EQ(height.node, nullptr);
-    EXPECT_EQ(height.error(), height.located(3, "invalid node syntax"));
-
-    Parsed brace("Cube width 1 }");
-    EXPECT_EQ(brace.node, nullptr);
-    EXPECT_EQ(brace.error(), brace.located(2, "'{'"));
-
-    Parsed bad("Separator { Cube { width 1.5.5 } Sphere { radius - } }");
-    EXPECT_EQ(bad.node, nullptr);
-    EXPECT_EQ(bad.error(), bad.located(2, "invalid node syntax"));
-
-    Parsed bytes("Cube { width \x81 }");
-    EXPECT_EQ(bytes.node, nullptr);
-    EXPECT_EQ(bytes.error(), bytes.located(2, "invalid node syntax"));
-
+TEST(VrmlParser, ErrorTexts) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"DEF A DEF B Cube { }", "DEF statement occured more than one time"},
+        {"USE X", "\"use\" referenced node not found"},
+        {"DEF \"\" Cube { }", "identifier expected"},
+        {"Cube width 1 }", "'{'"},
+        {"Separator { Cube { width 1.5.5 } Sphere { radius - } }", "invalid node syntax"},
+        {"Cube { width \x81 }", "invalid node syntax"}};
+    for (const auto& [text, message] : cases) {
+        Parsed p(text);
+        EXPECT_EQ(p.node, nullptr) << text;
+        EXPECT_EQ(p.error(), "file \"" + p.on.path + "\" line 2: " + message) << text;
+    }
+    // The line is the one the look-ahead reached, past the comment; the line
+    // feed after "1" is pushed back and counted once.
+    Parsed height("Cube { width 1\n# c\n\nheight }");
+    EXPECT_EQ(height.error(), "file \"" + height.on.path + "\" line 5: invalid node syntax");
     Parsed negative("\x90");
-    EXPECT_EQ(negative.node, nullptr);
-    EXPECT_EQ(negative.error(), "vrml file " + negative.on.path() + " has invalid content");
+    EXPECT_EQ(negative.error(), "vrml file " + negative.on.path + " has invalid content");
 }
 
 TEST(VrmlParser, EndOfInputFailsInsideNodesAndLists) {
@@ -234,24 +155,18 @@ TEST(VrmlParser, EndOfInputFailsInsideNodesAndLists) {
         EXPECT_NE(p.error(), "no vrml error") << text;
     }
     // At the top level the end of the input closes the node like "}".
-    Parsed top("Foo 1 2");
-    ASSERT_NE(top.node, nullptr);
-    EXPECT_EQ(top.node->type, 0);
-    Parsed nothing("");
-    EXPECT_NE(nothing.node, nullptr);
+    EXPECT_EQ(Parsed("Foo 1 2").node->type, 0);
+    EXPECT_NE(Parsed("").node, nullptr);
 }
 
 TEST(VrmlParser, NestingIsBoundedWithoutExhaustingTheStack) {
     auto nested = [](int levels) {
         std::string text;
         for (int i = 0; i < levels; ++i) text += "Separator {\n";
-        for (int i = 0; i < levels; ++i) text += "}\n";
-        return text;
+        return text + std::string(levels, '}');
     };
-    Parsed deepest(nested(kMaxGroupDepth + 1));
-    EXPECT_NE(deepest.node, nullptr);
-    Parsed tooDeep(nested(kMaxGroupDepth + 2));
-    EXPECT_EQ(tooDeep.node, nullptr);
+    EXPECT_NE(Parsed(nested(kMaxGroupDepth + 1)).node, nullptr);
+    EXPECT_EQ(Parsed(nested(kMaxGroupDepth + 2)).node, nullptr);
     Parsed huge(nested(100000));
     EXPECT_EQ(huge.node, nullptr);
     EXPECT_NE(huge.error().find("invalid node syntax"), std::string::npos) << huge.error();

@@ -24,35 +24,26 @@ struct Token {
     std::string text;
 };
 
-class ReaderOnText {
-public:
-    explicit ReaderOnText(const std::string& text, const std::string& name = "a.wrl") {
-        path_ = dir_.file(name);
-        KelpTest::writeFile(path_, text);
-        opened_ = reader_.open(path_.c_str());
+struct ReaderOnText {
+    explicit ReaderOnText(const std::string& text) {
+        KelpTest::writeFile(path, text);
+        opened = reader.open(path.c_str());
     }
 
-    // Every token up to the end of the input (at most `limit`).
-    std::vector<Token> tokens(std::size_t limit = 10000) {
+    // Every token up to the end of the input.
+    std::vector<Token> tokens() {
         std::vector<Token> out;
-        while (out.size() < limit) {
-            const int code = reader_.nextToken();
-            if (code == KelpVrml::kTokenEnd && reader_.atEndOfInput()) break;
-            out.push_back({code, reader_.current().value, reader_.current().text});
-        }
+        for (int code = reader.nextToken(); code != KelpVrml::kTokenEnd || !reader.atEndOfInput();
+             code = reader.nextToken())
+            out.push_back({code, reader.current().value, reader.current().text});
         return out;
     }
+    std::string error() const { return reader.errorText(); }
 
-    KelpVrml::VrmlReader& reader() { return reader_; }
-    const std::string& path() const { return path_; }
-    int opened() const { return opened_; }
-    std::string error() const { return reader_.errorText(); }
-
-private:
-    KelpTest::TempDir dir_;
-    std::string path_;
-    KelpVrml::VrmlReader reader_;
-    int opened_ = 0;
+    KelpTest::TempDir dir;
+    const std::string path = dir.file("a.wrl");
+    KelpVrml::VrmlReader reader;
+    int opened = 0;
 };
 
 }  // namespace KelpVrmlTest
