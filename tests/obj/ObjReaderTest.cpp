@@ -41,7 +41,6 @@ TEST(ObjReader, StatementQuirks) {
         {"f  1 2 3", {{0, 0, 1}, {0, 1, 2}}},
         {"f 1 2 3 # note", {{0, 1, 2}, {0, 2, 2}, {0, 2, 2}}},
         {"f       12 5", {{11, 11, 11}, {11, 11, 4}}},  // offsets 0, 3 and 6 all find "12"
-        {"f 1 2", {}},
         {"f 0 2 3", {{0xFFFFFFFFu, 1, 2}}},
     };
     for (const auto& c : cases)
@@ -66,6 +65,8 @@ TEST(ObjReader, TextureComesFromTheFirstMaterial) {
     EXPECT_EQ(mesh.texCoordCount, 2u);
     EXPECT_TRUE(mesh.hasFaceTexCoordIndices);
     EXPECT_FALSE(readText(dir, head + "f 1/1 2/2 3/3 4\n").hasFaceTexCoordIndices);
+    // An empty last component repeats the last number read.
+    EXPECT_EQ(readText(dir, head + "f 2/ 3/ 4/\n").faceTexCoordIndices, (std::vector<Vec3u>{{1, 2, 3}}));
     EXPECT_EQ(readText(dir, "mtllib m.mtl\nv 0 0 0\n").textureImage.data, nullptr);  // no "vt"
 
     // Only names whose cut extension reads JPG, BMP, PNG or TIF load; the
