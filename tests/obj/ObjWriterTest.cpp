@@ -13,159 +13,83 @@ using KelpCore::Vec3u;
 
 namespace {
 
-// The side-file rules work on the path as given, so these tests write with
-// relative paths from inside their temporary directory.
-class InDirectory {
-public:
-    explicit InDirectory(const std::filesystem::path& dir) : previous_(std::filesystem::current_path()) {
-        std::filesystem::current_path(dir);
-    }
-    ~InDirectory() { std::filesystem::current_path(previous_); }
-
-private:
-    std::filesystem::path previous_;
+// The side files follow the path as given (a '/' does not end the base
+// name), so every test writes relative paths from inside its own directory.
+struct InDirectory {
+    KelpTest::TempDir dir;
+    std::filesystem::path previous = std::filesystem::current_path();
+    InDirectory() { std::filesystem::current_path(dir.path()); }
+    ~InDirectory() { std::filesystem::current_path(previous); }
 };
 
+// Coordinates that show the six significant digits of the number format.
 KelpTriMesh triangle() {
     KelpTriMesh mesh;
-    mesh.addVertex({0, 0, 0});
-    mesh.addVertex({1, 0, 0});
-    mesh.addVertex({0, 1, 0});
+    for (const KelpCore::Vec3f& v : {KelpCore::Vec3f{0.1f, 1e5f, 1e6f}, {1.0f / 3, 123456789.0f, -2.5e-7f}, {0, 1, 0}})
+        mesh.addVertex(v);
     mesh.addFace(0, 1, 2);
     return mesh;
 }
-
-void giveTexture(KelpTriMesh& mesh, unsigned width, unsigned height) {
-    mesh.textureImage.width = width;
-    mesh.textureImage.height = height;
-    mesh.textureImage.channels = 3;
-    mesh.textureImage.data = new unsigned char[width * height * 3];
-    for (unsigned i = 0; i < width * height * 3; ++i) mesh.textureImage.data[i] = static_cast<unsigned char>(i * 13);
-}
+const std::string kTriangleLines = "# 3 vertices, 1 faces\nv 0.1 100000 1e+06\nv 0.333333 1.23457e+08 -2.5e-07\nv 0 1 0\n";
 
 std::string written(KelpTriMesh& mesh, const char* path = "tri.obj") {
     EXPECT_TRUE(KelpGraphic::KelpWriteObj(path, &mesh));
     return KelpTest::readFile(path);
 }
 
-TEST(ObjWriter, PlainAndNormalLines) {
+TEST(ObjWriter, LinesAndCornerForms) {
     KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    InDirectory here(dir.path());
-    KelpTriMesh mesh = triangle();
-    EXPECT_EQ(written(mesh), "# 3 vertices, 1 faces\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl triMaterial\nf 1 2 3 \n");
-    EXPECT_FALSE(std::filesystem::exists("tri.jpg"));
-    EXPECT_FALSE(std::filesystem::exists("tri.mtl"));
-
-    mesh.vertexAttributes = 1;
-    mesh.updateVertexAttributes();
-    for (auto& n : mesh.vertexNormals) n = {0, 0, 1};
-    EXPECT_EQ(written(mesh), "# 3 vertices, 1 faces\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvn 0 0 1\nvn 0 0 1\nvn 0 0 1\n"
-                             "usemtl triMaterial\nf 1//1 2//2 3//3 \n");
-
+    InDirectory here;
     KelpTriMesh empty;
     EXPECT_EQ(written(empty, "e"), "# 0 vertices, 0 faces\nusemtl eMaterial\n");
-}
-
-TEST(ObjWriter, TextureCornerFormsAreIndependent) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    InDirectory here(dir.path());
     KelpTriMesh mesh = triangle();
-    mesh.hasFaceTexCoordIndices = true;
+    EXPECT_EQ(written(mesh), kTriangleLines + "usemtl triMaterial\nf 1 2 3 \n");
+    // Texture corners follow their flag alone: no "vt" lines without a count.
+    mesh.hasTexture = mesh.hasFaceTexCoordIndices = true;
     mesh.faceTexCoordIndices = {Vec3u{3, 4, 5}};
-    mesh.hasTexture = true;  // with texCoordCount 0: no "vt" lines
-    EXPECT_EQ(written(mesh), "# 3 vertices, 1 faces\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl triMaterial\nf 1/4 2/5 3/6 \n");
-    mesh.vertexAttributes = 1;
-    mesh.updateVertexAttributes();
+    EXPECT_EQ(written(mesh), kTriangleLines + "usemtl triMaterial\nf 1/4 2/5 3/6 \n");
+    mesh.vertexAttributes = KelpCore::KelpAttributeNormals;
+    mesh.vertexNormals.assign(3, {0, 0, 1});
     mesh.texCoordCount = 1;
     mesh.texCoords = {{0.5f, 0.25f}};
-    const std::string text = written(mesh);
-    EXPECT_NE(text.find("\nvn 0 0 0\nvt 0.5 0.25\nusemtl"), std::string::npos) << text;
-    // Counts beyond the arrays read as zeros, never past the end.
-    mesh.texCoordCount = 2;
-    mesh.addFace(0, 2, 1);
-    const std::string padded = written(mesh);
-    EXPECT_NE(padded.find("\nvt 0.5 0.25\nvt 0 0\nusemtl"), std::string::npos) << padded;
-    EXPECT_NE(padded.find("\nf 1/1/1 3/1/3 2/1/2 \n"), std::string::npos) << padded;
-    EXPECT_NE(text.find("\nf 1/4/1 2/5/2 3/6/3 \n"), std::string::npos) << text;
+    EXPECT_EQ(written(mesh), kTriangleLines + "vn 0 0 1\nvn 0 0 1\nvn 0 0 1\nvt 0.5 0.25\nusemtl triMaterial\n"
+                                              "f 1/4/1 2/5/2 3/6/3 \n");
+    mesh.hasFaceTexCoordIndices = false;
+    EXPECT_NE(written(mesh).find("\nf 1//1 2//2 3//3 \n"), std::string::npos);
 }
 
-TEST(ObjWriter, NumberFormatting) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    InDirectory here(dir.path());
-    KelpTriMesh mesh;
-    mesh.addVertex({0.1f, 100000.0f, 1000000.0f});
-    mesh.addVertex({-2.5e-7f, 123456789.0f, 1.0f / 3.0f});
-    EXPECT_EQ(written(mesh), "# 2 vertices, 0 faces\nv 0.1 100000 1e+06\nv -2.5e-07 1.23457e+08 0.333333\n"
-                             "usemtl triMaterial\n");
-}
-
-TEST(ObjWriter, SideFilesAndFailure) {
+TEST(ObjWriter, SideFilesRoundTripAndFailure) {
     KELP_REQUIRE_READER_LOCALE();
     KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    InDirectory here(dir.path());
+    InDirectory here;
     KelpTriMesh mesh = triangle();
-    giveTexture(mesh, 8, 4);
-    const std::string text = written(mesh);
-    EXPECT_EQ(text.rfind("mtllib tri.mtl\n# 3 vertices, 1 faces\n", 0), 0u) << text;
-    EXPECT_TRUE(std::filesystem::exists("tri.jpg"));
+    mesh.textureImage = {new unsigned char[16 * 8 * 3](), 16, 8, 3, 0};
+    mesh.hasTexture = mesh.hasFaceTexCoordIndices = true;
+    mesh.texCoordCount = 3;
+    mesh.texCoords = {{0, 0}, {1, 0}, {0.75f, 0.5f}};
+    mesh.faceTexCoordIndices = {Vec3u{2, 1, 0}};
+    const std::string first = written(mesh);
+    EXPECT_EQ(first.rfind("mtllib tri.mtl\n" + kTriangleLines, 0), 0u) << first;
     EXPECT_EQ(KelpTest::readFile("tri.mtl"), "newmtl triMaterial\nmap_Kd tri.jpg\n");
     EXPECT_EQ(KelpTest::currentLocale(), "C");
+    // Read back (texture included) and written again, it gives the same text.
+    KelpTriMesh back;
+    ASSERT_TRUE(KelpGraphic::KelpReadObj("tri.obj", &back));
+    std::string second = written(back, "again.obj");
+    for (std::size_t at; (at = second.find("again")) != std::string::npos;) second.replace(at, 5, "tri");
+    EXPECT_EQ(first, second);
 
-    // A '/' is not a separator for the base name: "out/mesh.obj" puts its
-    // side files into out/out/.
+    // "out/mesh.obj" has the base name "out/mesh": its side files go to out/out/.
     std::filesystem::create_directories("out/out");
-    EXPECT_TRUE(KelpGraphic::KelpWriteObj("out/mesh.obj", &mesh));
-    EXPECT_EQ(KelpTest::readFile("out/mesh.obj").rfind("mtllib out/mesh.mtl\n", 0), 0u);
+    EXPECT_EQ(written(mesh, "out/mesh.obj").rfind("mtllib out/mesh.mtl\n", 0), 0u);
     EXPECT_EQ(KelpTest::readFile("out/out/mesh.mtl"), "newmtl out/meshMaterial\nmap_Kd out/mesh.jpg\n");
     EXPECT_TRUE(std::filesystem::exists("out/out/mesh.jpg"));
-    EXPECT_NE(KelpTest::readFile("out/mesh.obj").find("usemtl out/meshMaterial\n"), std::string::npos);
-
-    // Without out/out the side files are silently missing; the OBJ is written.
+    // Without out/out the side files are silently missing.
     std::filesystem::create_directories("lone");
-    EXPECT_TRUE(KelpGraphic::KelpWriteObj("lone/mesh.obj", &mesh));
-    EXPECT_TRUE(std::filesystem::exists("lone/mesh.obj"));
+    EXPECT_NE(written(mesh, "lone/mesh.obj").find("usemtl lone/meshMaterial\n"), std::string::npos);
 
     EXPECT_FALSE(KelpGraphic::KelpWriteObj("no/such/dir/x.obj", &mesh));
     EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
-}
-
-TEST(ObjWriter, TexturedMeshRoundTrips) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    InDirectory here(dir.path());
-    KelpTriMesh mesh = triangle();
-    mesh.addVertex({1, 1, 0.5f});
-    mesh.addFace(1, 3, 2);
-    giveTexture(mesh, 16, 8);
-    mesh.hasTexture = true;
-    mesh.texCoordCount = 4;
-    mesh.texCoords = {{0, 0}, {1, 0}, {0, 1}, {0.75f, 0.5f}};
-    mesh.hasFaceTexCoordIndices = true;
-    mesh.faceTexCoordIndices = {Vec3u{0, 1, 2}, Vec3u{1, 3, 2}};
-    ASSERT_TRUE(KelpGraphic::KelpWriteObj("tri.obj", &mesh));
-
-    KelpTriMesh back;
-    ASSERT_TRUE(KelpGraphic::KelpReadObj("tri.obj", &back));
-    EXPECT_EQ(back.vertices, mesh.vertices);
-    EXPECT_EQ(back.faces, mesh.faces);
-    ASSERT_TRUE(back.hasTexture);
-    EXPECT_EQ(back.texCoords, mesh.texCoords);
-    EXPECT_EQ(back.texCoordCount, 4u);
-    EXPECT_EQ(back.faceTexCoordIndices, mesh.faceTexCoordIndices);
-    EXPECT_TRUE(back.hasFaceTexCoordIndices);
-    EXPECT_EQ(back.textureImage.width, 16u);
-    EXPECT_EQ(back.textureImage.height, 8u);
-    EXPECT_EQ(back.textureImage.channels, 3u);
-
-    // And once more: what was read writes back to the same text.
-    ASSERT_TRUE(KelpGraphic::KelpWriteObj("again.obj", &back));
-    std::string first = KelpTest::readFile("tri.obj"), second = KelpTest::readFile("again.obj");
-    for (std::size_t at; (at = second.find("again")) != std::string::npos;) second.replace(at, 5, "tri");
-    EXPECT_EQ(first, second);
 }
 
 }  // namespace
