@@ -35,10 +35,6 @@ struct Bytes {
         std::memcpy(&bits, &f, 4);
         return le(bits, 4);
     }
-    Bytes& text(const std::string& s) {
-        data += s;
-        return *this;
-    }
 };
 
 }  // namespace KelpPlyTest
