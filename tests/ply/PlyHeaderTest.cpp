@@ -45,7 +45,6 @@ TEST_F(PlyHeader, ErrorCodes) {
         {header("ascii", v + "property\n"), 5},
         {header("ascii", v + "property float\n"), 5},
         {header("ascii", v + "property none x\n"), 7},
-        {header("ascii", v + "property Float x\n"), 7},
         {header("ascii", v + "property list uchar int\n"), 5},
         {header("ascii", v + "property list bogus int v\n"), 7},
         {header("ascii", v + "property list uchar bogus v\n"), 7},
@@ -64,28 +63,20 @@ TEST_F(PlyHeader, FormatsElementsAndProperties) {
     EXPECT_EQ(ply.format, PlyFormatBinaryBigEndian);
     EXPECT_FLOAT_EQ(ply.version, 2.5f);
 
-    ASSERT_EQ(open(header("binary_little_endian",
-                          "element vertex 7 extra tokens\nproperty int32 a\nproperty int b\nproperty float64 c\n"
-                          "element face abc\nproperty list uint8 uint32 vertex_indices\n")),
+    ASSERT_EQ(open(header("binary_little_endian", "element vertex 7 extra tokens\nproperty int32 a\nproperty int b\n"
+                                                  "element face abc\nproperty list uint8 float64 c\n")),
               0);
     EXPECT_EQ(ply.format, PlyFormatBinaryLittleEndian);
     ASSERT_EQ(ply.elements.size(), 2u);
-    const PlyElement& vertex = ply.elements[0];
-    EXPECT_EQ(vertex.count, 7);
-    ASSERT_EQ(vertex.properties.size(), 3u);
-    EXPECT_EQ(vertex.properties[0].type, PlyTypeInt);
-    EXPECT_EQ(vertex.properties[1].type, PlyTypeInt);
-    EXPECT_EQ(vertex.properties[2].type, PlyTypeDouble);
-    const PlyProperty& list = ply.elements[1].properties[0];
+    EXPECT_EQ(ply.elements[0].count, 7);
     EXPECT_EQ(ply.elements[1].count, 0);  // non-numeric count
+    ASSERT_EQ(ply.elements[0].properties.size(), 2u);
+    EXPECT_EQ(ply.elements[0].properties[0].type, PlyTypeInt);
+    EXPECT_EQ(ply.elements[0].properties[1].type, PlyTypeInt);
+    const PlyProperty& list = ply.elements[1].properties[0];
     EXPECT_EQ(list.isList, 1);
     EXPECT_EQ(list.countType, PlyTypeUchar);
-    EXPECT_EQ(list.type, PlyTypeUint);
-
-    for (int code = 1; code <= 8; ++code) {
-        EXPECT_EQ(plyTypeFromName(kPlyTypeNames[code]), code);
-        EXPECT_EQ(plyTypeFromName(kPlyTypeAltNames[code]), code);
-    }
+    EXPECT_EQ(list.type, PlyTypeDouble);
 }
 
 TEST_F(PlyHeader, CommentsAndObjInfoShareOneListAndTheTextStaysBounded) {
