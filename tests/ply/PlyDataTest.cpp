@@ -33,9 +33,9 @@ protected:
         return ply.requestProperty({"e", name, stored, memory, offset});
     }
 
-    // List "v": its count as an int at 0, its items from 16 with room for `capacity`.
-    int requestList(int stored, int memory, int countStored, int capacity = 64) {
-        return ply.requestProperty({"e", "v", stored, memory, 16, 1, 0, countStored, PlyTypeInt, 0, 0, capacity});
+    // List "v": its count as an int at 0, its items from 16 with room for three.
+    int requestList(int stored, int memory, int countStored) {
+        return ply.requestProperty({"e", "v", stored, memory, 16, 1, 0, countStored, PlyTypeInt, 0, 0, 3});
     }
 
     bool readOne() {
@@ -108,43 +108,40 @@ TEST_F(PlyData, CharIntoOtherTypesIsDroppedAndNarrowingKeepsTheLowBytes) {
 
 struct ListRow {
     const char* format;
-    const char* countType;
-    const char* itemType;
+    const char* declaration;  // count type and item type
     int memoryType;
     Bytes body;
     bool ok;
     std::int32_t count;
     std::uint32_t firstItem;  // the raw bits at the items' destination
-    int capacity = 64;
 };
 
 TEST_F(PlyData, BinaryListsReadTheirCountAsOneByteExceptForIntItemsAsInt) {
     const std::uint32_t untouched = 0xAAAAAAAAu;
     const std::vector<ListRow> rows = {
-        {kLE, "int", "float", PlyTypeFloat, Bytes().u8(2).u8(0).u8(0).u8(0x80).u8(0x3F).f32(2), true, 2, 0x3F800000},
-        {kLE, "int", "int", PlyTypeInt, Bytes().i32(2).i32(1).i32(5), true, 2, 1},
-        {kLE, "int", "int", PlyTypeUint, Bytes().i32(2).i32(1).i32(5), true, 2, 0x01000000},
-        {kLE, "char", "int", PlyTypeInt, Bytes().u8(0xFF), true, -1, untouched},  // signed count
-        {kLE, "short", "int", PlyTypeInt, Bytes().u8(0).u8(1).i32(9), true, 1, 9},
-        {kBE, "short", "int", PlyTypeInt, Bytes().u8(1).u8(0).i32(9), true, 1, 9},
-        {kBE, "int", "int", PlyTypeInt, Bytes().i32(0), false, 0, 0},  // zero int count
-        {kLE, "int", "int", PlyTypeInt, Bytes().i32(0), true, 0, untouched},
-        {kLE, "uchar", "uint", PlyTypeInt, Bytes().u8(1).be(7, 4), true, 1, 7},
+        {kLE, "int float", PlyTypeFloat, Bytes().u8(2).u8(0).u8(0).u8(0x80).u8(0x3F).f32(2), true, 2, 0x3F800000},
+        {kLE, "int int", PlyTypeInt, Bytes().i32(2).i32(1).i32(5), true, 2, 1},
+        {kLE, "int int", PlyTypeUint, Bytes().i32(2).i32(1).i32(5), true, 2, 0x01000000},
+        {kLE, "char int", PlyTypeInt, Bytes().u8(0xFF), true, -1, untouched},  // signed count
+        {kLE, "short int", PlyTypeInt, Bytes().u8(0).u8(1).i32(9), true, 1, 9},
+        {kBE, "short int", PlyTypeInt, Bytes().u8(1).u8(0).i32(9), true, 1, 9},
+        {kBE, "int int", PlyTypeInt, Bytes().i32(0), false, 0, 0},  // zero int count
+        {kLE, "int int", PlyTypeInt, Bytes().i32(0), true, 0, untouched},
+        {kLE, "uchar uint", PlyTypeInt, Bytes().u8(1).be(7, 4), true, 1, 7},
         // Int and float items are not checked under big endian: a short list passes.
-        {kBE, "uchar", "int", PlyTypeInt, Bytes().u8(3).i32(4), true, 3, 4},
-        {kBE, "uchar", "float", PlyTypeFloat, Bytes().u8(3).i32(4), true, 3, 4},
-        {kLE, "uchar", "float", PlyTypeFloat, Bytes().u8(3).i32(4), false, 0, 0},
-        {kBE, "uchar", "short", PlyTypeShort, Bytes().u8(2).u8(0).u8(1), false, 0, 0},
-        {kLE, "uchar", "char", PlyTypeInt, Bytes().u8(2).u8(5).u8(6), true, 2, untouched},  // char items dropped
+        {kBE, "uchar int", PlyTypeInt, Bytes().u8(3).i32(4), true, 3, 4},
+        {kBE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), true, 3, 4},
+        {kLE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), false, 0, 0},
+        {kBE, "uchar short", PlyTypeShort, Bytes().u8(2).u8(0).u8(1), false, 0, 0},
+        {kLE, "uchar char", PlyTypeInt, Bytes().u8(2).u8(5).u8(6), true, 2, untouched},  // char items dropped
         // Lists written in place stop at the room the caller gave.
-        {kLE, "uchar", "int", PlyTypeInt, Bytes().u8(3).i32(1).i32(2).i32(3), false, 0, untouched, 2},
+        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).i32(4), false, 0, untouched},
     };
     for (const ListRow& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.format << " list " << row.countType << " " << row.itemType);
-        open(row.format, std::string("property list ") + row.countType + " " + row.itemType + " v\n",
-             row.body.data);
-        const int countType = plyTypeFromName(row.countType);
-        ASSERT_EQ(requestList(plyTypeFromName(row.itemType), row.memoryType, countType, row.capacity), 0);
+        SCOPED_TRACE(testing::Message() << row.format << " list " << row.declaration);
+        open(row.format, std::string("property list ") + row.declaration + " v\n", row.body.data);
+        const PlyProperty& declared = ply.elements[0].properties[0];
+        ASSERT_EQ(requestList(declared.type, row.memoryType, declared.countType), 0);
         EXPECT_EQ(readOne(), row.ok);
         if (row.ok) { EXPECT_EQ(at<std::int32_t>(0), row.count); }
         if (row.ok || row.firstItem == untouched) { EXPECT_EQ(at<std::uint32_t>(16), row.firstItem); }
@@ -174,24 +171,21 @@ TEST_F(PlyData, SkippersKeepTheStreamInStep) {
     }
 }
 
-TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredType) {
-    open("ascii", "property char a\nproperty uchar b\nproperty uint c\nproperty int d\nproperty float e\n"
-                  "property list uchar int v\n",
-         "200 300\n-1\n\n  4294967301 -2.75 3 0\n1\n   2\n");
-    ASSERT_EQ(request("a", PlyTypeChar, PlyTypeInt, 64), 0);
-    ASSERT_EQ(request("b", PlyTypeUchar, PlyTypeInt, 68), 0);
-    ASSERT_EQ(request("c", PlyTypeUint, PlyTypeDouble, 72), 0);
-    ASSERT_EQ(request("d", PlyTypeInt, PlyTypeInt, 80), 0);
-    ASSERT_EQ(request("e", PlyTypeFloat, PlyTypeInt, 84), 0);  // any pair converts by value
-    ASSERT_EQ(requestList(PlyTypeInt, PlyTypeInt, PlyTypeUchar, 3), 0);
-    ASSERT_TRUE(readOne());
-    EXPECT_EQ(at<std::int32_t>(64), -56);
-    EXPECT_EQ(at<std::int32_t>(68), 44);
-    EXPECT_EQ(at<double>(72), 4294967295.0);
-    EXPECT_EQ(at<std::int32_t>(80), 5);  // the C library keeps the low bits
-    EXPECT_EQ(at<std::int32_t>(84), -2);
-    EXPECT_EQ(at<std::int32_t>(0), 3);
-    EXPECT_EQ(at<std::int32_t>(24), 2);
+TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
+    const std::vector<std::tuple<const char*, const char*, int, double>> rows = {
+        {"char", "200", PlyTypeInt, -56},
+        {"uchar", "\n 300", PlyTypeInt, 44},
+        {"uint", "-1", PlyTypeDouble, 4294967295.0},
+        {"int", "4294967301", PlyTypeInt, 5},  // the C library keeps the low bits
+        {"float", "-2.75", PlyTypeInt, -2},    // any pair converts by value
+    };
+    for (const auto& [type, text, memory, expected] : rows) {
+        SCOPED_TRACE(type);
+        open("ascii", std::string("property ") + type + " v\n", text);
+        ASSERT_EQ(request("v", plyTypeFromName(type), memory, 0), 0);
+        ASSERT_TRUE(readOne());
+        EXPECT_EQ(memory == PlyTypeInt ? at<std::int32_t>(0) : at<double>(0), expected);
+    }
 }
 
 // The number reader against the C library's own fscanf.
