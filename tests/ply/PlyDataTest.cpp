@@ -68,7 +68,6 @@ TEST_F(PlyData, BinaryScalarsFollowTheByteOrderAndSuccessTable) {
             {"ushort", {0x01, 0x00}, 256, 1},
             {"ushort", {0xFF, 0xFE}, 0xFFFE, 0xFEFF},
             {"int", {0x01, 0, 0, 0}, 1, 1},  // as read in both
-            {"int", {0xFE, 0xFF, 0xFF, 0xFF}, -2, -2},
             {"int", {0, 0, 0, 0}, 0, fails},  // zero fails under big endian
             {"uint", {0x01, 0, 0, 0}, 16777216, 1},
             {"uint", {0, 0, 0, 0}, 0, 0},
@@ -127,7 +126,7 @@ TEST_F(PlyData, BinaryListsReadTheirCountAsOneByteExceptForIntItemsAsInt) {
         {kBE, "short int", PlyTypeInt, Bytes().u8(1).u8(0).i32(9), true, 1, 9},
         {kBE, "int int", PlyTypeInt, Bytes().i32(0), false, 0, 0},  // zero int count
         {kLE, "int int", PlyTypeInt, Bytes().i32(0), true, 0, untouched},
-        {kLE, "uchar uint", PlyTypeInt, Bytes().u8(1).be(7, 4), true, 1, 7},
+        {kLE, "uchar uint", PlyTypeInt, Bytes().u8(1).u8(0).u8(0).u8(0).u8(7), true, 1, 7},
         // Int and float items are not checked under big endian: a short list passes.
         {kBE, "uchar int", PlyTypeInt, Bytes().u8(3).i32(4), true, 3, 4},
         {kBE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), true, 3, 4},
@@ -191,13 +190,11 @@ TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
 // The number reader against the C library's own fscanf.
 TEST(PlyInputNumbers, MatchFscanf) {
     KelpTest::TempDir dir;
-    const char* inputs[] = {"17",    " \n\t-42x", "+8",    "4294967301", "-1",      "99999999999999999999",
-                            "0x1A",  "1e5",       "1e",    "1e+",        "+.5",     "-.",
-                            ".5.5",  "1.e3",      "0x1p3", "0x",         "inf",     "-infinity",
-                            "infin", "nan(1)",    "abc",   "",           "3.4e39",  "1e-50",
-                            "-0",    "  12.5\n",  "+-1",   "7.25f",      "1.5e400", "1e-40",
-                            "0000000000000000000000000000000000000000000000000000000000000000000000001.5e1",
-                            "-98765432109876543210987654321", "18446744073709551617"};
+    const char* inputs[] = {
+        "17", " \n\t-42x", "+8", "4294967301", "-1", "99999999999999999999", "18446744073709551617", "0x1A", "1e5",
+        "1e", "1e+", "+.5", "-.", ".5.5", "1.e3", "0x1p3", "0x", "inf", "-infinity", "infin", "nan(1)", "abc", "",
+        "3.4e39", "1e-50", "-0", "  12.5\n", "+-1", "7.25f", "1.5e400", "1e-40", "-98765432109876543210987654321",
+        "0000000000000000000000000000000000000000000000000000000000000000000000001.5e1"};
     const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
     for (const char* input : inputs) {
         for (const std::string& text : {std::string(input), input + std::string(100, ' ') + "5"}) {

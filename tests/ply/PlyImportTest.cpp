@@ -21,7 +21,9 @@ using Faces = std::vector<Vec3u>;
 namespace {
 
 const std::string kVertexXyz = "element vertex 4\nproperty float x\nproperty float y\nproperty float z\n";
-const std::string kFaceList = "element face 1\nproperty list uchar int vertex_indices\n";
+std::string faceList(int count) {
+    return "element face " + std::to_string(count) + "\nproperty list uchar int vertex_indices\n";
+}
 const std::vector<Vec3f> kFourVertices = {{1, 2, 3}, {2, 3, 4}, {3, 4, 5}, {4, 5, 6}};
 const std::string kFourVerticesText = "1 2 3\n2 3 4\n3 4 5\n4 5 6\n";
 
@@ -50,9 +52,8 @@ protected:
 };
 
 TEST_F(PlyImport, AsciiFilesLoadAndAppend) {
-    const std::string decl = kVertexXyz + "element face 2\nproperty list uchar int vertex_indices\n";
     // Lists may run over several lines.
-    EXPECT_EQ(import(header("ascii", decl) + kFourVerticesText + "3 0\n1 2\n3 2 1\n 3\n"), 0);
+    EXPECT_EQ(import(header("ascii", kVertexXyz + faceList(2)) + kFourVerticesText + "3 0\n1 2\n3 2 1\n 3\n"), 0);
     EXPECT_EQ(mesh.vertices, kFourVertices);
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 3}}));
 
@@ -106,7 +107,7 @@ TEST_F(PlyImport, AcceptedAndRefusedFaceEncodings) {
         {"list uchar int vertex_index", intCorners, true},
         {"list char int vertex_indices", intCorners, true},
         {"list int8 int32 vertex_index", intCorners, true},
-        {"list uchar uint vertex_indices", Bytes().u8(3).be(0, 4).be(1, 4).be(2, 4), true},  // reversed
+        {"list uchar uint vertex_indices", Bytes().u8(3).i32(0).i32(0x01000000).i32(0x02000000), true},  // reversed
         {"list uchar uint vertex_index", intCorners, false},
         {"list uchar short vertex_indices", Bytes().u8(3).le(0, 2).le(1, 2).le(2, 2), false},
         {"list uchar ushort vertex_indices", Bytes().u8(3).le(0, 2).le(1, 2).le(2, 2), false},
@@ -127,13 +128,13 @@ TEST_F(PlyImport, AcceptedAndRefusedFaceEncodings) {
 
 TEST_F(PlyImport, RefusedFilesAndNonTriangles) {
     const std::string doubles = "element vertex 1\nproperty double x\nproperty double y\nproperty double z\n";
-    EXPECT_EQ(import(header("ascii", doubles + kFaceList) + "1 2 3\n0\n"), KelpPly::PlyImportNoVertices);
-    EXPECT_EQ(import(header("ascii", kFaceList)), KelpPly::PlyImportNoVertices);
+    EXPECT_EQ(import(header("ascii", doubles + faceList(1)) + "1 2 3\n0\n"), KelpPly::PlyImportNoVertices);
+    EXPECT_EQ(import(header("ascii", faceList(1))), KelpPly::PlyImportNoVertices);
     EXPECT_EQ(import(header("ascii", kVertexXyz) + kFourVerticesText), KelpPly::PlyImportNoFaces);
     EXPECT_EQ(import("ply\nformat ascii 1.0\nelement vertex\n"), 5);
 
     // A quad stops the load; the vertices and the triangle before it stay.
-    const std::string decl = kVertexXyz + "element face 3\nproperty list uchar int vertex_indices\n";
+    const std::string decl = kVertexXyz + faceList(3);
     EXPECT_EQ(import(header("ascii", decl) + kFourVerticesText + "3 0 1 2\n4 0 1 2 3\n3 1 2 3\n"),
               KelpPly::PlyImportNotTriangle);
     EXPECT_EQ(mesh.vertexCount, 4u);
@@ -161,9 +162,8 @@ TEST_F(PlyImport, StripsDecodeWithRestarts) {
     EXPECT_EQ(import(header("binary_big_endian", decl) + Bytes().i32(0).data), KelpPly::PlyImportBadInstance);
 
     // Beside faces, strips are not requested and add nothing.
-    EXPECT_EQ(import(header("ascii", kVertexXyz + kFaceList + "element tristrips 1\n"
-                                                              "property list int int vertex_indices\n") +
-                     kFourVerticesText + "3 0 1 2\n4 3 2 1 0\n"),
+    const std::string strips = "element tristrips 1\nproperty list int int vertex_indices\n";
+    EXPECT_EQ(import(header("ascii", kVertexXyz + faceList(1) + strips) + kFourVerticesText + "3 0 1 2\n4 3 2 1 0\n"),
               0);
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}}));
 }
@@ -171,7 +171,7 @@ TEST_F(PlyImport, StripsDecodeWithRestarts) {
 TEST_F(PlyImport, TruncatedAbsurdAndMutatedInputsFailWithoutHarm) {
     // An element without properties holds nothing, whatever its count.
     const std::string huge = "element junk 2147483647\nelement vertex 2147483647\nproperty float x\n"
-                             "property float y\nproperty float z\n" + kFaceList;
+                             "property float y\nproperty float z\n" + faceList(1);
     for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {
         SCOPED_TRACE(format);
         const bool ascii = std::string(format) == "ascii";
@@ -206,7 +206,7 @@ TEST_F(PlyImport, DoesNotSwitchTheLocale) {
     KelpTest::LocaleGuard guard;
     std::setlocale(LC_ALL, KelpTest::kReaderLocale);
     const std::string before = KelpTest::currentLocale();
-    EXPECT_EQ(import(header("ascii", kVertexXyz + kFaceList) + kFourVerticesText + "3 0 1 2\n"), 0);
+    EXPECT_EQ(import(header("ascii", kVertexXyz + faceList(1)) + kFourVerticesText + "3 0 1 2\n"), 0);
     EXPECT_EQ(KelpTest::currentLocale(), before);
 }
 
