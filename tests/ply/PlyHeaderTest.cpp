@@ -88,7 +88,7 @@ TEST_F(PlyHeader, RequestsMustNameTheFileTypesExactly) {
         {{"edge", "y", F, F, 8}, 8},
         {{"vertex", "y", 0, F, 8}, 10},
         {{"vertex", "y", F, 9, 8}, 10},
-        {{"vertex", "y", F, F, 8, 1, 0, UC, UC}, 11},  // list flag differs
+        {{"face", indices, I, I, 8}, 11},  // list flag differs
         {{"face", indices, I, I, 8, 1, 0, PlyTypeChar, UC}, 11},  // count type differs
         {{"face", indices, I, I, 8, 1, 0, 0, UC}, 10},
         {{"face", indices, I, I, 8, 1, 0, UC, 0}, 10},
