@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-using KelpPly::PlyFile;
-using KelpPly::PlyPropertyRequest;
+using namespace KelpPly;
 using KelpPlyTest::header;
 
 namespace {
@@ -24,170 +23,89 @@ protected:
     PlyFile ply;
 };
 
-TEST_F(PlyHeader, MagicAndFormatLine) {
-    EXPECT_EQ(open("ply2 anything\nformat ascii 1.0\nend_header\n"), 0);
-    EXPECT_EQ(ply.format, KelpPly::PlyFormatAscii);
-    EXPECT_EQ(open("PLY\nformat ascii 1.0\nend_header\n"), 2);
-    EXPECT_EQ(open("pl"), 2);
-    EXPECT_EQ(open(""), 3);
-    EXPECT_EQ(open("ply\n"), 3);
-
-    EXPECT_EQ(open("ply\nformat binary_big_endian 1.0\nend_header\n"), 0);
-    EXPECT_EQ(ply.format, KelpPly::PlyFormatBinaryBigEndian);
-    EXPECT_FLOAT_EQ(ply.version, 1.0f);
-    EXPECT_EQ(open("ply\nformat binary_little_endian 2.5\nend_header\n"), 0);
-    EXPECT_EQ(ply.format, KelpPly::PlyFormatBinaryLittleEndian);
-    EXPECT_FLOAT_EQ(ply.version, 2.5f);
-
-    EXPECT_EQ(open("ply\nformat ascii\nend_header\n"), 3);
-    EXPECT_EQ(open("ply\nformat\nend_header\n"), 3);
-    EXPECT_EQ(open("ply\n\nend_header\n"), 3);
-    EXPECT_EQ(open("ply\nformat utf8 1.0\nend_header\n"), 4);
-    EXPECT_EQ(open("ply\ncomment first\nformat ascii 1.0\nend_header\n"), 4);
-}
-
-TEST_F(PlyHeader, LineErrors) {
-    EXPECT_EQ(open(header("ascii", "element vertex 1\n\nproperty float x\n")), 3);
-    EXPECT_EQ(open(header("ascii", "element vertex 1\n  \t\r\n")), 3);
-    EXPECT_EQ(open("ply\nformat ascii 1.0\nelement vertex 1\n"), 3);  // no end_header
-    EXPECT_EQ(open(header("ascii", "property float x\n")), 6);
-    EXPECT_EQ(open(header("ascii", "elment vertex 1\n")), 5);
-    EXPECT_EQ(open(header("ascii", "Element vertex 1\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element vertex\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element vertex 1\nproperty\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element vertex 1\nproperty float\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element vertex 1\nproperty none x\n")), 7);
-    EXPECT_EQ(open(header("ascii", "element vertex 1\nproperty Float x\n")), 7);
-    EXPECT_EQ(open(header("ascii", "element f 1\nproperty list uchar\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element f 1\nproperty list uchar int\n")), 5);
-    EXPECT_EQ(open(header("ascii", "element f 1\nproperty list bogus int v\n")), 7);
-    EXPECT_EQ(open(header("ascii", "element f 1\nproperty list uchar bogus v\n")), 7);
-    ply = PlyFile();
-    EXPECT_EQ(ply.open((dir.file("missing.ply")).c_str()), -1);
+TEST_F(PlyHeader, ErrorCodes) {
+    const std::string v = "element vertex 1\n";
+    const std::vector<std::pair<std::string, int>> cases = {
+        {"ply2 anything\nformat ascii 1.0\nend_header\n", 0},
+        {"PLY\nformat ascii 1.0\nend_header\n", 2},
+        {"pl", 2},
+        {"", 3},
+        {"ply\nformat ascii\nend_header\n", 3},
+        {"ply\nformat\nend_header\n", 3},
+        {"ply\n\nend_header\n", 3},
+        {"ply\nformat utf8 1.0\nend_header\n", 4},
+        {"ply\ncomment first\nformat ascii 1.0\nend_header\n", 4},
+        {header("ascii", v + "\nproperty float x\n"), 3},
+        {header("ascii", v + "  \t\r\n"), 3},
+        {"ply\nformat ascii 1.0\n" + v, 3},  // no end_header
+        {header("ascii", "property float x\n"), 6},
+        {header("ascii", "Element vertex 1\n"), 5},
+        {header("ascii", "element\n"), 5},
+        {header("ascii", "element vertex\n"), 5},
+        {header("ascii", v + "property\n"), 5},
+        {header("ascii", v + "property float\n"), 5},
+        {header("ascii", v + "property none x\n"), 7},
+        {header("ascii", v + "property list uchar int\n"), 5},
+        {header("ascii", v + "property list bogus int v\n"), 7},
+        {header("ascii", v + "property list uchar bogus v\n"), 7},
+        // 510 characters make one read; the rest of the line is a line of its own.
+        {header("ascii", "comment " + std::string(600, 'a') + "\n"), 5},
+        {header("ascii", "comment " + std::string(502, 'a') + "\n"), 3},  // leaves a bare "\n"
+        {header("ascii", "comment " + std::string(501, 'a') + "\n"), 0},
+    };
+    for (const auto& [text, code] : cases) EXPECT_EQ(open(text), code) << text.substr(0, 80);
+    EXPECT_EQ(ply.open(dir.file("missing.ply").c_str()), -1);
     EXPECT_EQ(ply.lastError, 1);
 }
 
-TEST_F(PlyHeader, ElementsPropertiesAndTypes) {
-    ASSERT_EQ(open(header("binary_little_endian",
-                          "element vertex 7 extra tokens\nproperty int32 a\nproperty int b\nproperty float64 c\n"
-                          "element face abc\nproperty list uchar int vertex_indices\n"
-                          "property list uint8 uint32 other\n")),
+TEST_F(PlyHeader, FormatCommentsAndBoundedText) {
+    ASSERT_EQ(open("ply\nformat binary_big_endian 2.5 x\ncomment made by hand\nobj_info  two spaces\r\n"
+                   "element v abc extra\ncomment\nend_header\n"),
               0);
-    ASSERT_EQ(ply.elements.size(), 2u);
-    const auto& vertex = ply.elements[0];
-    EXPECT_EQ(vertex.name, "vertex");
-    EXPECT_EQ(vertex.count, 7);
-    ASSERT_EQ(vertex.properties.size(), 3u);
-    EXPECT_EQ(vertex.properties[0].type, KelpPly::PlyTypeInt);
-    EXPECT_EQ(vertex.properties[1].type, KelpPly::PlyTypeInt);
-    EXPECT_EQ(vertex.properties[2].type, KelpPly::PlyTypeDouble);
-    EXPECT_EQ(vertex.properties[0].isList, 0);
-    const auto& face = ply.elements[1];
-    EXPECT_EQ(face.count, 0);  // non-numeric count
-    EXPECT_EQ(face.properties[0].isList, 1);
-    EXPECT_EQ(face.properties[0].countType, KelpPly::PlyTypeUchar);
-    EXPECT_EQ(face.properties[0].type, KelpPly::PlyTypeInt);
-    EXPECT_EQ(face.properties[1].countType, KelpPly::PlyTypeUchar);
-    EXPECT_EQ(face.properties[1].type, KelpPly::PlyTypeUint);
-    EXPECT_EQ(ply.findElement("face"), 1);
-    EXPECT_EQ(ply.findElement("fac"), -1);
-    EXPECT_EQ(PlyFile::findProperty(face, "other"), 1);
-    EXPECT_NE(ply.genericRoutine, nullptr);
-
-    for (int code = 1; code <= 8; ++code) {
-        EXPECT_EQ(KelpPly::plyTypeFromName(KelpPly::kPlyTypeNames[code]), code);
-        EXPECT_EQ(KelpPly::plyTypeFromName(KelpPly::kPlyTypeAltNames[code]), code);
-    }
-    EXPECT_EQ(KelpPly::plyTypeFromName("none"), -1);
-    EXPECT_EQ(KelpPly::plyTypeFromName("int64"), -1);
-}
-
-TEST_F(PlyHeader, CommentsAndObjInfoShareOneList) {
-    ASSERT_EQ(open(header("ascii", "comment made by hand\nobj_info  two spaces\r\nelement v 0\ncomment\n")), 0);
-    ASSERT_EQ(ply.comments.size(), 3u);
-    EXPECT_EQ(ply.comments[0], "made by hand\n");
-    EXPECT_EQ(ply.comments[1], " two spaces\r\n");
-    EXPECT_EQ(ply.comments[2], "");
-}
-
-TEST_F(PlyHeader, LongLinesAreReadInPiecesAndTheTextStaysBounded) {
-    // 510 characters make one read; the rest of the line is a line of its own.
-    EXPECT_EQ(open(header("ascii", "comment " + std::string(600, 'a') + "\n")), 5);
-    EXPECT_EQ(open(header("ascii", "comment " + std::string(502, 'a') + "\n")), 3);  // leaves a bare "\n"
-    EXPECT_EQ(open(header("ascii", "comment " + std::string(501, 'a') + "\n")), 0);
+    EXPECT_EQ(ply.comments, (std::vector<std::string>{"made by hand\n", " two spaces\r\n", ""}));
+    EXPECT_EQ(ply.format, PlyFormatBinaryBigEndian);
+    EXPECT_FLOAT_EQ(ply.version, 2.5f);
+    EXPECT_EQ(ply.elements.at(0).count, 0);  // non-numeric count
 
     std::string many;
     for (int i = 0; i < 200; ++i) many += "comment line number " + std::to_string(i) + "\n";
     ASSERT_EQ(open(header("ascii", many + "element vertex 2\nproperty float x\n")), 0);
-    EXPECT_EQ(ply.comments.size(), 200u);
     EXPECT_LT(ply.headerText.size(), PlyFile::kHeaderTextLimit);
-    EXPECT_EQ(ply.headerText.compare(0, 4, "ply\n"), 0);
-    ASSERT_EQ(ply.elements.size(), 1u);
+    EXPECT_EQ(ply.elements.size(), 1u);
 }
 
 TEST_F(PlyHeader, RequestsMustNameTheFileTypesExactly) {
     ASSERT_EQ(open(header("ascii", "element vertex 1\nproperty double x\nproperty float y\n"
                                    "element face 1\nproperty list uchar int vertex_indices\n")),
               0);
-    PlyPropertyRequest r;
-    r.elementName = "vertex";
-    r.propertyName = "x";
-    r.storedType = r.memoryType = KelpPly::PlyTypeFloat;
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 11);  // declared double; the table alone would allow it
-
-    r.propertyName = "y";
-    r.memoryType = KelpPly::PlyTypeDouble;
-    r.valueOffset = 8;
-    EXPECT_EQ(ply.requestProperty(r), 0);
-    const auto& y = ply.elements[0].properties[1];
-    EXPECT_EQ(y.stored, 1);
-    EXPECT_EQ(y.request.memoryType, KelpPly::PlyTypeDouble);
-    EXPECT_EQ(y.request.valueOffset, 8u);
-    EXPECT_TRUE(y.request.propertyName.empty());  // names are not copied
-
-    r.propertyName = "nope";
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 9);
-    r.elementName = "edge";
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 8);
-
-    r.elementName = "vertex";
-    r.propertyName = "y";
-    r.storedType = 0;
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 10);
-    r.storedType = KelpPly::PlyTypeFloat;
-    r.memoryType = 9;
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 10);
-    r.memoryType = KelpPly::PlyTypeFloat;
-    r.isList = 1;
-    r.countStoredType = r.countMemoryType = KelpPly::PlyTypeUchar;
-    EXPECT_EQ(ply.requestProperty(r), -1);
-    EXPECT_EQ(ply.lastError, 11);  // list flag differs
-
-    PlyPropertyRequest list;
-    list.elementName = "face";
-    list.propertyName = "vertex_indices";
-    list.storedType = list.memoryType = KelpPly::PlyTypeInt;
-    list.isList = 1;
-    list.countStoredType = KelpPly::PlyTypeChar;
-    list.countMemoryType = KelpPly::PlyTypeChar;
-    EXPECT_EQ(ply.requestProperty(list), -1);
-    EXPECT_EQ(ply.lastError, 11);  // count type differs
-    list.countStoredType = 0;
-    EXPECT_EQ(ply.requestProperty(list), -1);
-    EXPECT_EQ(ply.lastError, 10);
-    list.countStoredType = KelpPly::PlyTypeUchar;
-    list.storedType = KelpPly::PlyTypeUint;
-    EXPECT_EQ(ply.requestProperty(list), -1);
-    EXPECT_EQ(ply.lastError, 11);
-    list.storedType = KelpPly::PlyTypeInt;
-    EXPECT_EQ(ply.requestProperty(list), 0);
+    const int F = PlyTypeFloat, D = PlyTypeDouble, I = PlyTypeInt, UC = PlyTypeUchar;
+    const char* indices = "vertex_indices";
+    // element, property, stored type, memory type, offset, list, allocate, count stored and memory type
+    const std::vector<std::pair<PlyPropertyRequest, int>> cases = {
+        {{"vertex", "x", F, F, 8}, 11},  // declared double; the table alone would allow it
+        {{"vertex", "y", F, D, 8}, 0},
+        {{"vertex", "nope", F, F, 8}, 9},
+        {{"edge", "y", F, F, 8}, 8},
+        {{"vertex", "y", 0, F, 8}, 10},
+        {{"vertex", "y", F, 9, 8}, 10},
+        {{"face", indices, I, I, 8}, 11},  // list flag differs
+        {{"face", indices, I, I, 8, 1, 0, PlyTypeChar, UC}, 11},  // count type differs
+        {{"face", indices, I, I, 8, 1, 0, 0, UC}, 10},
+        {{"face", indices, I, I, 8, 1, 0, UC, 0}, 10},
+        {{"face", indices, PlyTypeUint, I, 8, 1, 0, UC, UC}, 11},
+        {{"face", indices, I, I, 8, 1, 0, UC, UC}, 0},
+    };
+    for (const auto& [request, code] : cases) {
+        SCOPED_TRACE(request.elementName + "." + request.propertyName);
+        EXPECT_EQ(ply.requestProperty(request), code == 0 ? 0 : -1);
+        if (code != 0) { EXPECT_EQ(ply.lastError, code); }
+    }
     EXPECT_EQ(ply.lastError, 11);  // a success does not reset the last error
+    const PlyProperty& y = ply.elements[0].properties[1];
+    EXPECT_EQ(y.stored, 1);
+    EXPECT_EQ(y.request.memoryType, PlyTypeDouble);
+    EXPECT_TRUE(y.request.propertyName.empty());  // names are not copied
+    EXPECT_EQ(ply.elements[0].properties[0].stored, 0);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// PLY test inputs: a header text followed by body bytes in either order.
+// PLY test inputs: a header text followed by body bytes.
 #pragma once
 
 #include "support/TestFiles.h"
@@ -13,7 +13,7 @@ inline std::string header(const std::string& format, const std::string& declarat
     return "ply\nformat " + format + " 1.0\n" + declarations + "end_header\n";
 }
 
-// Body bytes, each value written in the byte order asked for.
+// Body bytes, multi-byte values in little-endian order.
 struct Bytes {
     std::string data;
 
@@ -25,19 +25,11 @@ struct Bytes {
         for (int i = 0; i < size; ++i) u8(static_cast<unsigned>(v >> (8 * i)));
         return *this;
     }
-    Bytes& be(std::uint64_t v, int size) {
-        for (int i = size - 1; i >= 0; --i) u8(static_cast<unsigned>(v >> (8 * i)));
-        return *this;
-    }
     Bytes& i32(std::int32_t v) { return le(static_cast<std::uint32_t>(v), 4); }
     Bytes& f32(float f) {
         std::uint32_t bits;
         std::memcpy(&bits, &f, 4);
         return le(bits, 4);
-    }
-    Bytes& text(const std::string& s) {
-        data += s;
-        return *this;
     }
 };
 
