@@ -4,6 +4,7 @@
 // with the bytes read into memory as the floor.
 #include <KelpFileIO.h>
 
+#include "ByteBuilder.h"
 #include "support/BenchFiles.h"
 
 #include <cmath>
@@ -23,24 +24,11 @@ constexpr int kObjects = 60;
 constexpr int kColumns = 150, kRows = 200;  // 150 x 200 quads = 60,000 triangles
 constexpr std::uint32_t kFacesPerObject = 2u * kColumns * kRows;
 
-void putU16(std::string& out, std::uint16_t v) {
-    out.push_back(static_cast<char>(v & 0xFF));
-    out.push_back(static_cast<char>(v >> 8));
-}
-void putU32(std::string& out, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-void putF32(std::string& out, float f) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &f, sizeof bits);
-    putU32(out, bits);
-}
-std::string chunk(std::uint16_t id, const std::string& content) {
-    std::string out;
-    putU16(out, id);
-    putU32(out, static_cast<std::uint32_t>(6 + content.size()));
-    return out + content;
-}
+using KelpSamples::putF32;
+using KelpSamples::putU16;
+using KelpSamples::putU32;
+
+using KelpSamples::chunk3ds;
 
 std::string gridObject(int index) {
     const int columns = kColumns + 1, rows = kRows + 1;
@@ -66,19 +54,19 @@ std::string gridObject(int index) {
             for (std::uint16_t word : {a, b, d, flags, a, d, e, flags}) putU16(faces, word);
         }
     for (std::uint32_t f = 0; f < kFacesPerObject; ++f) putU16(faceMaterials, static_cast<std::uint16_t>(f));
-    const std::string mesh = chunk(0x4110, vertices) + chunk(0x4140, mapping) +
-                             chunk(0x4120, faces + chunk(0x4130, faceMaterials));
-    return chunk(0x4000, "grid" + std::to_string(index) + '\0' + chunk(0x4100, mesh));
+    const std::string mesh = chunk3ds(0x4110, vertices) + chunk3ds(0x4140, mapping) +
+                             chunk3ds(0x4120, faces + chunk3ds(0x4130, faceMaterials));
+    return chunk3ds(0x4000, "grid" + std::to_string(index) + '\0' + chunk3ds(0x4100, mesh));
 }
 
 const std::string& file3ds() {
     static const std::string path = [] {
         std::string colour;
         for (float c : {0.5f, 0.5f, 0.5f}) putF32(colour, c);
-        std::string editor = chunk(0x3D3E, std::string("\x03\x00\x00\x00", 4));
-        editor += chunk(0xAFFF, chunk(0xA000, std::string("grey") + '\0') + chunk(0xA020, chunk(0x0010, colour)));
+        std::string editor = chunk3ds(0x3D3E, std::string("\x03\x00\x00\x00", 4));
+        editor += chunk3ds(0xAFFF, chunk3ds(0xA000, std::string("grey") + '\0') + chunk3ds(0xA020, chunk3ds(0x0010, colour)));
         for (int i = 0; i < kObjects; ++i) editor += gridObject(i);
-        const std::string bytes = chunk(0x4D4D, chunk(0x0002, std::string("\x03\x00\x00\x00", 4)) + chunk(0x3D3D, editor));
+        const std::string bytes = chunk3ds(0x4D4D, chunk3ds(0x0002, std::string("\x03\x00\x00\x00", 4)) + chunk3ds(0x3D3D, editor));
         const std::string p = KelpBench::scratchFile("grid-60x60k.3ds");
         std::ofstream(p, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         return p;

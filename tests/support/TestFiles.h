@@ -2,6 +2,8 @@
 // and helpers to write and read whole files as bytes.
 #pragma once
 
+#include "ByteBuilder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -53,19 +55,9 @@ inline std::string readFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-// Little-endian byte builders for binary formats.
-inline void putU16(std::string& out, std::uint16_t v) {
-    out.push_back(static_cast<char>(v & 0xFF));
-    out.push_back(static_cast<char>(v >> 8));
-}
-inline void putU32(std::string& out, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-inline void putF32(std::string& out, float f) {
-    std::uint32_t bits;
-    static_assert(sizeof bits == sizeof f);
-    std::memcpy(&bits, &f, sizeof bits);
-    putU32(out, bits);
-}
+// Byte builders for binary formats, shared with the sample generator.
+using KelpSamples::putF32;
+using KelpSamples::putU16;
+using KelpSamples::putU32;
 
 }  // namespace KelpTest

@@ -4,6 +4,8 @@
 // library's own writers, so that the samples also check the readers.
 #include <KelpImageLoad.h>
 
+#include "ByteBuilder.h"
+
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -15,6 +17,8 @@
 #include <vector>
 
 namespace {
+
+using namespace KelpSamples;
 
 struct Mesh {
     std::vector<std::array<float, 3>> vertices;
@@ -50,27 +54,6 @@ Mesh sphere(int levels, float radius, float dz) {
         v[2] += dz;
     }
     return m;
-}
-
-void putU16(std::string& out, std::uint16_t v) {
-    out.push_back(static_cast<char>(v & 0xFF));
-    out.push_back(static_cast<char>(v >> 8));
-}
-void putU32(std::string& out, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-void putF32(std::string& out, float f) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &f, 4);
-    putU32(out, bits);
-}
-void putU32BigEndian(std::string& out, std::uint32_t v) {
-    for (int i = 3; i >= 0; --i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-void putF32BigEndian(std::string& out, float f) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &f, 4);
-    putU32BigEndian(out, bits);
 }
 
 std::string fixed(float value) {
@@ -205,13 +188,6 @@ std::string vrml() {
            "}\n";
 }
 
-std::string chunk(std::uint16_t id, const std::string& content) {
-    std::string out;
-    putU16(out, id);
-    putU32(out, static_cast<std::uint32_t>(6 + content.size()));
-    return out + content;
-}
-
 std::string object3ds(const char* name, float dx) {
     std::string vertices;
     putU16(vertices, 4);
@@ -224,8 +200,8 @@ std::string object3ds(const char* name, float dx) {
     std::string faces;
     putU16(faces, 2);
     for (std::uint16_t index : {0, 1, 2, 7, 0, 2, 3, 7}) putU16(faces, index);
-    std::string mesh = chunk(0x4110, vertices) + chunk(0x4120, faces);
-    return chunk(0x4000, std::string(name) + '\0' + chunk(0x4100, mesh));
+    std::string mesh = chunk3ds(0x4110, vertices) + chunk3ds(0x4120, faces);
+    return chunk3ds(0x4000, std::string(name) + '\0' + chunk3ds(0x4100, mesh));
 }
 
 std::string file3ds() {
@@ -235,9 +211,9 @@ std::string file3ds() {
     putF32(scale, 1.0f);
     std::string rgb;
     for (float c : {0.2f, 0.2f, 0.2f}) putF32(rgb, c);
-    const std::string editor = chunk(0x0100, scale) + chunk(0x2100, chunk(0x0010, rgb)) +
+    const std::string editor = chunk3ds(0x0100, scale) + chunk3ds(0x2100, chunk3ds(0x0010, rgb)) +
                                object3ds("left", 0.0f) + object3ds("right", 2.0f);
-    return chunk(0x4D4D, chunk(0x0002, version) + chunk(0x3D3D, editor));
+    return chunk3ds(0x4D4D, chunk3ds(0x0002, version) + chunk3ds(0x3D3D, editor));
 }
 
 std::string dxf() {
