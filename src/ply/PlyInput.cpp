@@ -140,17 +140,17 @@ int PlyInput::scanPlainInteger(std::uint64_t& magnitude, bool& negative) {
     return 1;
 }
 
-bool PlyInput::scanInt(int& value) {
+bool PlyInput::scanInteger(unsigned long long positiveLimit, unsigned long long negativeLimit, bool& negative,
+                           unsigned long long& magnitude, bool& overflow) {
     if (!skipSpace()) return false;
+    overflow = false;
     std::uint64_t plain;
-    bool plainNegative;
-    const int fast = scanPlainInteger(plain, plainNegative);
+    const int fast = scanPlainInteger(plain, negative);
     if (fast >= 0) {
-        const std::uint64_t bits = plainNegative ? 0 - plain : plain;
-        value = static_cast<int>(static_cast<std::uint32_t>(bits));
+        magnitude = plain;
         return fast == 1;
     }
-    bool negative = false;
+    negative = false;
     int c = peek();
     if (c == '+' || c == '-') {
         negative = c == '-';
@@ -158,10 +158,8 @@ bool PlyInput::scanInt(int& value) {
         c = peek();
     }
     if (!isDigit(c)) return false;
-    // strtol: the magnitude saturates at the long range.
-    unsigned long long magnitude = 0;
-    bool overflow = false;
-    const unsigned long long limit = negative ? static_cast<unsigned long long>(LONG_MAX) + 1ull : LONG_MAX;
+    const unsigned long long limit = negative ? negativeLimit : positiveLimit;
+    magnitude = 0;
     while (isDigit(c = peek())) {
         ++pos_;
         const unsigned digit = static_cast<unsigned>(c - '0');
@@ -172,50 +170,29 @@ bool PlyInput::scanInt(int& value) {
                 magnitude = magnitude * 10 + digit;
         }
     }
-    long asLong;
-    if (overflow)
-        asLong = negative ? LONG_MIN : LONG_MAX;
-    else if (negative)
-        asLong = magnitude == static_cast<unsigned long long>(LONG_MAX) + 1ull ? LONG_MIN
-                                                                              : -static_cast<long>(magnitude);
-    else
-        asLong = static_cast<long>(magnitude);
-    value = static_cast<int>(static_cast<unsigned long>(asLong) & 0xFFFFFFFFul);
+    return true;
+}
+
+bool PlyInput::scanInt(int& value) {
+    // strtol: the magnitude saturates at the long range.
+    bool negative, overflow;
+    unsigned long long magnitude;
+    if (!scanInteger(LONG_MAX, static_cast<unsigned long long>(LONG_MAX) + 1ull, negative, magnitude, overflow))
+        return false;
+    const unsigned long long asLong = overflow   ? (negative ? static_cast<unsigned long long>(LONG_MIN) : LONG_MAX)
+                                      : negative ? 0ull - magnitude
+                                                 : magnitude;
+    value = static_cast<int>(static_cast<std::uint32_t>(asLong));
     return true;
 }
 
 bool PlyInput::scanUnsigned(unsigned& value) {
-    if (!skipSpace()) return false;
-    std::uint64_t plain;
-    bool plainNegative;
-    const int fast = scanPlainInteger(plain, plainNegative);
-    if (fast >= 0) {
-        value = static_cast<unsigned>(plainNegative ? 0 - plain : plain);
-        return fast == 1;
-    }
-    bool negative = false;
-    int c = peek();
-    if (c == '+' || c == '-') {
-        negative = c == '-';
-        ++pos_;
-        c = peek();
-    }
-    if (!isDigit(c)) return false;
-    unsigned long magnitude = 0;
-    bool overflow = false;
-    while (isDigit(c = peek())) {
-        ++pos_;
-        const unsigned digit = static_cast<unsigned>(c - '0');
-        if (!overflow) {
-            if (magnitude > (ULONG_MAX - digit) / 10)
-                overflow = true;
-            else
-                magnitude = magnitude * 10 + digit;
-        }
-    }
     // strtoul: overflow gives ULONG_MAX whatever the sign; otherwise a minus
     // negates in unsigned arithmetic.
-    const unsigned long result = overflow ? ULONG_MAX : negative ? 0ul - magnitude : magnitude;
+    bool negative, overflow;
+    unsigned long long magnitude;
+    if (!scanInteger(ULONG_MAX, ULONG_MAX, negative, magnitude, overflow)) return false;
+    const unsigned long long result = overflow ? ULONG_MAX : negative ? 0ull - magnitude : magnitude;
     value = static_cast<unsigned>(result);
     return true;
 }

@@ -75,6 +75,10 @@ private:
     // In-place parses of short plain numbers: 1 read, 0 no number, -1 left
     // to the character-by-character path (nothing consumed).
     int scanPlainInteger(std::uint64_t& magnitude, bool& negative);
+    // Sign and digits as strtol/strtoul read them; the magnitude saturates
+    // (overflow set) past the limit for its sign. False when no digit came.
+    bool scanInteger(unsigned long long positiveLimit, unsigned long long negativeLimit, bool& negative,
+                     unsigned long long& magnitude, bool& overflow);
     template <typename Real>
     int scanPlainReal(Real& value);
     // Collects one floating token; empty when the input matches no number.
