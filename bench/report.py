@@ -370,9 +370,9 @@ class Report:
                      "read) and most of the rest is the triangle soup that the reader must leave in the mesh "
                      "before welding replaces it (64 bytes per triangle, sized from the header, written, then "
                      "freed at reset), while the floor touches only the file's 50 bytes per triangle. Appending "
-                     "into reserved storage instead of zero-filling did not help measurably. What would close it: "
-                     "a cheaper first-appearance lookup in the weld (a radix pass over the corner keys) or "
-                     "building the soup with huge pages to cut page-fault time."))
+                     "into reserved storage instead of zero-filling, and asking for huge pages for the soup, did not "
+                     "help measurably. What would close it: a cheaper first-appearance lookup in the weld (for "
+                     "example a radix pass over the corner keys)."))
         r = ratio(self.time("stl-weld", "clustered"), self.time("stl-weld", "evenly spread"))
         r2 = ratio(self.time("stl-clustered", "kelp"), self.time("stl-binary", "kelp"))
         rows.append(("STL", "clustered weld within 3× of evenly spread",
