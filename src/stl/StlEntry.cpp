@@ -45,7 +45,7 @@ bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
 
     // The binary reader always succeeds once the file opened, so it welds
     // as it reads; the ASCII reader may still fail at its last facet.
-    if (binary) return KelpStl::readBinaryStl(path, mesh, /*weld=*/true);
+    if (binary) return KelpStl::readBinaryStl(path, mesh);
     const bool read = KelpStl::readAsciiStl(path, mesh);
     if (read) KelpStl::weldSoup(mesh);
     return read;

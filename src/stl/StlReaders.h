@@ -22,13 +22,12 @@ inline constexpr std::uint32_t kRecordBytes = 50;
 // 84 to 211 also means binary. Bytes the file does not have count as 0.
 bool looksBinary(std::FILE* file);
 
-// Both readers replace the mesh's vertex and face arrays with a triangle soup
-// and keep the attribute bits. The binary one fails only when the file cannot
-// be opened; the ASCII one also when a facet's corner does not parse, and then
-// leaves the mesh as it was.
-// With `weld`, the binary reader also welds (as weldSoup would) while each
-// block of the soup is still in cache.
-bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh, bool weld = false);
+// Both readers keep the mesh's attribute bits. The binary one fails only when
+// the file cannot be opened, and welds while it reads: its result is the soup
+// of the file's triangles as weldSoup would leave it. The ASCII one leaves the
+// unwelded soup, and fails also when a facet's corner does not parse, leaving
+// the mesh as it was.
+bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh);
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // Number of triangles the binary read loop visits for a header count: the loop
@@ -45,15 +44,19 @@ void weldSoup(KelpCore::KelpTriMesh* mesh);
 
 // The welding of weldSoup fed in pieces: the soup's vertices in index order,
 // then finish() stores the result in the mesh (reset() first) and prints
-// "RemoveRedundant::End".
+// "RemoveRedundant::End". Positions past `vertexTotal` are ignored, and faces
+// that were not fed in full name kNoVertex for their missing corners.
+// `expectedPositions` only sizes the working memory.
 class SoupWelder {
 public:
-    SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal);
+    SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal, std::size_t expectedPositions);
     ~SoupWelder();
     SoupWelder(const SoupWelder&) = delete;
     SoupWelder& operator=(const SoupWelder&) = delete;
 
     void addRun(const KelpCore::Vec3f* positions, std::size_t count);
+    // `times` triangles with the same three corners, as addRun would take them.
+    void addRepeated(const KelpCore::Vec3f* corners, std::uint32_t times);
     void finish(KelpCore::KelpTriMesh* mesh);
 
 private:

@@ -123,10 +123,13 @@ constexpr std::size_t kAhead = 32;
 }  // namespace
 
 struct SoupWelder::State {
-    State(std::size_t vertexTotal, std::uint32_t faceTotal)
-        : faceTotal(faceTotal), table(vertexTotal / 4, survivors), recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty}) {
+    State(std::size_t vertexTotal, std::uint32_t faceTotal, std::size_t expectedPositions)
+        : vertexTotal(vertexTotal),
+          faceTotal(faceTotal),
+          table(expectedPositions / 4, survivors),
+          recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty}) {
         faces.reserve(faceTotal);
-        survivors.reserve(vertexTotal / 4 + 1);
+        survivors.reserve(expectedPositions / 4 + 1);
     }
 
     Slot& recentOf(std::uint64_t hash) { return recent[hash >> (64 - kRecentBits)]; }
@@ -153,6 +156,8 @@ struct SoupWelder::State {
         }
     }
 
+    std::size_t vertexTotal;
+    std::size_t fed = 0;  // positions taken so far, at most vertexTotal
     std::uint32_t faceTotal;
     std::vector<KelpCore::Vec3u> faces;
     std::vector<KelpCore::Vec3f> survivors;
@@ -162,13 +167,15 @@ struct SoupWelder::State {
     int cornerSlot = 0;
 };
 
-SoupWelder::SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal)
-    : state_(std::make_unique<State>(vertexTotal, faceTotal)) {}
+SoupWelder::SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal, std::size_t expectedPositions)
+    : state_(std::make_unique<State>(vertexTotal, faceTotal, expectedPositions)) {}
 
 SoupWelder::~SoupWelder() = default;
 
 void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
     State& s = *state_;
+    count = std::min(count, s.vertexTotal - s.fed);
+    s.fed += count;
     std::uint64_t hashes[kAhead];
     for (std::size_t v = 0; v < std::min(count, kAhead); ++v) hashes[v] = hashOf(bitsOf(positions[v]));
     for (std::size_t v = 0; v < count; ++v) {
@@ -181,6 +188,21 @@ void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
         }
         s.add(positions[v], hash);
     }
+}
+
+void SoupWelder::addRepeated(const KelpCore::Vec3f* corners, std::uint32_t times) {
+    State& s = *state_;
+    if (times == 0) return;
+    // The first copy is looked up; the same positions give the same face, so
+    // the copies that fit under vertexTotal repeat it, and the last one may be
+    // cut short there.
+    const bool whole = s.vertexTotal - s.fed >= 3;
+    addRun(corners, 3);
+    if (!whole) return;
+    const std::size_t copies = std::min<std::size_t>({times - 1u, (s.vertexTotal - s.fed) / 3, s.faceTotal - s.faces.size()});
+    s.faces.insert(s.faces.end(), copies, s.faces.back());
+    s.fed += 3 * copies;
+    if (copies < times - 1u) addRun(corners, 3);
 }
 
 void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
@@ -209,7 +231,7 @@ void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
 
 void weldSoup(KelpCore::KelpTriMesh* mesh) {
     const std::size_t vertexTotal = std::min<std::size_t>(mesh->vertexCount, mesh->vertices.size());
-    SoupWelder welder(vertexTotal, mesh->faceCount);
+    SoupWelder welder(vertexTotal, mesh->faceCount, vertexTotal);
     welder.addRun(mesh->vertices.data(), vertexTotal);
     welder.finish(mesh);
 }
