@@ -213,9 +213,9 @@ void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
     mesh->reset();
 
     // The steps of setting the vertex count, with the survivors as the new
-    // positions (assigned at once rather than zero-filled and then copied).
+    // positions (handed over rather than zero-filled and then copied).
     mesh->vertexCount = static_cast<std::uint32_t>(s.survivors.size());
-    mesh->vertices.assign(s.survivors.begin(), s.survivors.end());
+    mesh->vertices = std::move(s.survivors);
     mesh->vertexFlags.resize(mesh->vertexCount, 0u);
     mesh->updateVertexAttributes();
 
