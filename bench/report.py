@@ -366,13 +366,10 @@ class Report:
         rows.append(("STL", "binary read+weld within 4× of the floor", f"{fmt_ratio(r)} the floor" if r else "–",
                      "not measured" if r is None else "met" if r <= 4 else "not met",
                      missing if r is None else "" if r <= 4 else
-                     "About half the time is the welding pass (already done block by block while the file is "
-                     "read) and most of the rest is the triangle soup that the reader must leave in the mesh "
-                     "before welding replaces it (64 bytes per triangle, sized from the header, written, then "
-                     "freed at reset), while the floor touches only the file's 50 bytes per triangle. Appending "
-                     "into reserved storage instead of zero-filling, and asking for huge pages for the soup, did not "
-                     "help measurably. What would close it: a cheaper first-appearance lookup in the weld (for "
-                     "example a radix pass over the corner keys)."))
+                     "About half the time is the welding pass, welded straight from the read buffer; most of "
+                     "the pass waits on the position table's cache misses. What would close it: fewer table "
+                     "visits per corner (for example a larger recent-position cache on machines where it fits "
+                     "the second-level cache)."))
         r = ratio(self.time("stl-weld", "clustered"), self.time("stl-weld", "evenly spread"))
         r2 = ratio(self.time("stl-clustered", "kelp"), self.time("stl-binary", "kelp"))
         rows.append(("STL", "clustered weld within 3× of evenly spread",
