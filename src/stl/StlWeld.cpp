@@ -28,12 +28,13 @@ inline PositionBits bitsOf(const KelpCore::Vec3f& p) {
     return bits;
 }
 
+// One full 64 x 64 -> 128-bit product of the two words, folded: every input
+// bit reaches the low bits (the table index) and the high bits (the cache
+// index and the tag).
 inline std::uint64_t hashOf(const PositionBits& bits) {
-    std::uint64_t h = bits.xy * 0x9E3779B97F4A7C15ull ^ (bits.z + 0x632BE59BD9B4E019ull) * 0xC2B2AE3D27D4EB4Full;
-    h ^= h >> 32;
-    h *= 0xD6E8FEB86659FD93ull;
-    h ^= h >> 32;
-    return h;
+    const unsigned __int128 product =
+        static_cast<unsigned __int128>(bits.xy ^ 0x9E3779B97F4A7C15ull) * ((bits.z | std::uint64_t{bits.z} << 32) ^ 0xC2B2AE3D27D4EB4Full);
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
 // Survivor numbers stay below the vertex count, which is at most 2^32 - 1.
@@ -124,17 +125,16 @@ constexpr std::size_t kAhead = 32;
 
 struct SoupWelder::State {
     State(std::size_t vertexTotal, std::uint32_t faceTotal, std::size_t expectedPositions)
-        : vertexTotal(vertexTotal),
-          faceTotal(faceTotal),
+        : vertexTotal(std::min<std::size_t>(vertexTotal, 3ull * faceTotal)),
+          faces(faceTotal, KelpCore::Vec3u{kNoVertex, kNoVertex, kNoVertex}),
           table(expectedPositions / 4, survivors),
           recent(std::size_t{1} << kRecentBits, Slot{0, 0, kEmpty}) {
-        faces.reserve(faceTotal);
         survivors.reserve(expectedPositions / 4 + 1);
     }
 
     Slot& recentOf(std::uint64_t hash) { return recent[hash >> (64 - kRecentBits)]; }
 
-    void add(const KelpCore::Vec3f& position, std::uint64_t hash) {
+    std::uint32_t numberOf(const KelpCore::Vec3f& position, std::uint64_t hash) {
         const PositionBits bits = bitsOf(position);
         Slot& cached = recentOf(hash);
         std::uint32_t index;
@@ -144,28 +144,27 @@ struct SoupWelder::State {
             index = table.findOrAdd(position, bits, hash);
             cached = Slot{bits.xy, bits.z, index};
         }
-        placeCorner(index);
+        return index;
     }
 
-    // Face k takes the numbers of soup vertices 3k, 3k+1, 3k+2.
-    void placeCorner(std::uint32_t index) {
-        corner[cornerSlot] = index;
-        if (++cornerSlot == 3) {
-            cornerSlot = 0;
-            if (faces.size() < faceTotal) faces.push_back(corner);
-        }
+    // Face k holds the numbers of soup positions 3k, 3k+1, 3k+2.
+    void storeNumbers(const std::uint32_t* numbers, std::size_t count) {
+        std::memcpy(reinterpret_cast<unsigned char*>(faces.data()) + sizeof(std::uint32_t) * fed, numbers,
+                    sizeof(std::uint32_t) * count);
+        fed += count;
     }
 
+    // Never more than the faces hold: 3 n, or its 32-bit wrap when shorter.
     std::size_t vertexTotal;
-    std::size_t fed = 0;  // positions taken so far, at most vertexTotal
-    std::uint32_t faceTotal;
+    std::size_t fed = 0;  // positions taken so far
+    // Sized up front; corners that are never fed name no vertex.
     std::vector<KelpCore::Vec3u> faces;
     std::vector<KelpCore::Vec3f> survivors;
     PositionTable table;
     std::vector<Slot> recent;
-    KelpCore::Vec3u corner{};
-    int cornerSlot = 0;
 };
+
+static_assert(sizeof(KelpCore::Vec3u) == 3 * sizeof(std::uint32_t), "faces are three packed numbers");
 
 SoupWelder::SoupWelder(std::size_t vertexTotal, std::uint32_t faceTotal, std::size_t expectedPositions)
     : state_(std::make_unique<State>(vertexTotal, faceTotal, expectedPositions)) {}
@@ -175,7 +174,9 @@ SoupWelder::~SoupWelder() = default;
 void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
     State& s = *state_;
     count = std::min(count, s.vertexTotal - s.fed);
-    s.fed += count;
+    // Numbers gather here and go to the faces a batch at a time.
+    constexpr std::size_t kBatch = 256;
+    std::uint32_t numbers[kBatch];
     std::uint64_t hashes[kAhead];
     for (std::size_t v = 0; v < std::min(count, kAhead); ++v) hashes[v] = hashOf(bitsOf(positions[v]));
     for (std::size_t v = 0; v < count; ++v) {
@@ -186,8 +187,10 @@ void SoupWelder::addRun(const KelpCore::Vec3f* positions, std::size_t count) {
             hashes[v % kAhead] = aheadHash;
             __builtin_prefetch(s.table.slotAddress(aheadHash));
         }
-        s.add(positions[v], hash);
+        numbers[v % kBatch] = s.numberOf(positions[v], hash);
+        if (v % kBatch == kBatch - 1) s.storeNumbers(numbers, kBatch);
     }
+    s.storeNumbers(numbers, count % kBatch);
 }
 
 void SoupWelder::addRepeated(const KelpCore::Vec3f* corners, std::uint32_t times) {
@@ -199,17 +202,15 @@ void SoupWelder::addRepeated(const KelpCore::Vec3f* corners, std::uint32_t times
     const bool whole = s.vertexTotal - s.fed >= 3;
     addRun(corners, 3);
     if (!whole) return;
-    const std::size_t copies = std::min<std::size_t>({times - 1u, (s.vertexTotal - s.fed) / 3, s.faceTotal - s.faces.size()});
-    s.faces.insert(s.faces.end(), copies, s.faces.back());
+    const std::size_t first = s.fed / 3;
+    const std::size_t copies = std::min<std::size_t>(times - 1u, (s.vertexTotal - s.fed) / 3);
+    std::fill_n(s.faces.begin() + static_cast<std::ptrdiff_t>(first), copies, s.faces[first - 1]);
     s.fed += 3 * copies;
     if (copies < times - 1u) addRun(corners, 3);
 }
 
 void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
     State& s = *state_;
-    // Corners past the vertex array (3 n wrapped in 32 bits) name no vertex.
-    while (s.faces.size() < s.faceTotal) s.placeCorner(kNoVertex);
-
     mesh->reset();
 
     // The steps of setting the vertex count, with the survivors as the new
@@ -219,9 +220,9 @@ void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
     mesh->vertexFlags.resize(mesh->vertexCount, 0u);
     mesh->updateVertexAttributes();
 
-    mesh->faceCount = s.faceTotal;
+    mesh->faceCount = static_cast<std::uint32_t>(s.faces.size());
     mesh->faces = std::move(s.faces);
-    mesh->faceFlags.resize(s.faceTotal);
+    mesh->faceFlags.resize(mesh->faceCount);
     std::fill(mesh->faceFlags.begin(), mesh->faceFlags.end(), 0u);
     mesh->updateFaceAttributes();
 
