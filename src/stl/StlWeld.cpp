@@ -149,6 +149,7 @@ struct SoupWelder::State {
 
     // Face k holds the numbers of soup positions 3k, 3k+1, 3k+2.
     void storeNumbers(const std::uint32_t* numbers, std::size_t count) {
+        if (count == 0) return;  // faces.data() may be null then
         std::memcpy(reinterpret_cast<unsigned char*>(faces.data()) + sizeof(std::uint32_t) * fed, numbers,
                     sizeof(std::uint32_t) * count);
         fed += count;
