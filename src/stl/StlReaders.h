@@ -1,6 +1,7 @@
 // The STL pipeline behind KelpReadStl: the binary/ASCII decision, the two
-// readers that produce a triangle soup (triangle k uses vertices 3k, 3k+1,
-// 3k+2) and the welding that merges bit-identical corners afterwards.
+// readers of a triangle soup (triangle k uses vertices 3k, 3k+1, 3k+2) and the
+// welding that merges its bit-identical corners: after the ASCII read, and
+// during the binary one, which never builds the soup itself.
 #pragma once
 
 #include <KelpCore.h>
