@@ -107,9 +107,9 @@ struct Scene3ds {
 
 // Walks the whole file from offset 0: checks that it starts with a main chunk,
 // then reads every top-level chunk, appending vertices and faces to `mesh` and
-// storing records in `scene`. False when the first chunk is not a main chunk or a read
-// inside a recognised chunk fails; what was appended stays. `blockSize` is the
-// read-ahead of the file buffer; results do not depend on it.
+// storing records in `scene`. False when the first chunk is not a main chunk
+// or a read inside a recognised chunk fails; what was appended stays.
+// `blockSize` is the read-ahead of the file buffer; results do not depend on it.
 bool readChunks(std::FILE* file, KelpCore::KelpTriMesh& mesh, Scene3ds& scene,
                 std::size_t blockSize = std::size_t{1} << 20);
 
