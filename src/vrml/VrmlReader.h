@@ -160,7 +160,10 @@ private:
     bool parseLeafBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields);
     bool readFieldValue(const VrmlFieldLayout& layout, VrmlField& field);
     bool readOneNumber(float& value);
+    bool readPlainNumbers(int n, std::vector<float>& out);
     bool readNumbers(int n, std::vector<float>& out);
+    template <typename ReadItem>
+    bool readListItems(ReadItem readItem);
     bool readVectorList(VrmlField& field);
     bool readIntegerList(VrmlField& field);
     bool readFloatList(VrmlField& field);

@@ -14,13 +14,22 @@ bool isWord(int code) {
 
 }  // namespace
 
-
 // Readers look at the look-ahead before they take it: a token of the wrong
 // kind fails the field without being consumed.
 bool VrmlReader::readOneNumber(float& value) {
     if (lookAhead().code != kTokenNumber) return false;
     nextToken();
     value = current().value;
+    return true;
+}
+
+// `n` numbers, nothing between them.
+bool VrmlReader::readPlainNumbers(int n, std::vector<float>& out) {
+    for (int i = 0; i < n; ++i) {
+        float value;
+        if (!readOneNumber(value)) return false;
+        out.push_back(value);
+    }
     return true;
 }
 
@@ -35,19 +44,23 @@ bool VrmlReader::readNumbers(int n, std::vector<float>& out) {
     return true;
 }
 
+// After "[": items each followed by at most one comma, until the look-ahead
+// is "]" (left for the node loop to consume).
+template <typename ReadItem>
+bool VrmlReader::readListItems(ReadItem readItem) {
+    while (lookAhead().code != ']') {
+        if (!readItem()) return false;
+        if (lookAhead().code == ',') nextToken();
+    }
+    return true;
+}
+
 bool VrmlReader::readVectorList(VrmlField& field) {
     if (lookAhead().code != '[') {
         if (!readNumbers(3, field.floats)) return false;
     } else {
         nextToken();
-        while (lookAhead().code != ']') {
-            for (int i = 0; i < 3; ++i) {
-                float value;
-                if (!readOneNumber(value)) return false;
-                field.floats.push_back(value);
-            }
-            if (lookAhead().code == ',') nextToken();
-        }
+        if (!readListItems([&] { return readPlainNumbers(3, field.floats); })) return false;
     }
     field.count = clampedCount(field.floats.size());
     return true;
@@ -78,18 +91,12 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
     return true;
 }
 
-// Float and string lists take no single value in place of the list: "[",
-// then values each followed by at most one comma, up to "]" (left for the
-// node loop). A comma with no value before it fails the field.
+// Float and string lists take no single value in place of the list, and a
+// comma with no value before it fails the field.
 bool VrmlReader::readFloatList(VrmlField& field) {
     if (lookAhead().code != '[') return false;
     nextToken();
-    while (lookAhead().code != ']') {
-        float value;
-        if (!readOneNumber(value)) return false;
-        field.floats.push_back(value);
-        if (lookAhead().code == ',') nextToken();
-    }
+    if (!readListItems([&] { return readPlainNumbers(1, field.floats); })) return false;
     field.count = clampedCount(field.floats.size());
     return true;
 }
@@ -97,10 +104,7 @@ bool VrmlReader::readFloatList(VrmlField& field) {
 bool VrmlReader::readStringList(VrmlField& field) {
     if (lookAhead().code != '[') return false;
     nextToken();
-    while (lookAhead().code != ']') {
-        if (!readOneString(field)) return false;
-        if (lookAhead().code == ',') nextToken();
-    }
+    if (!readListItems([&] { return readOneString(field); })) return false;
     field.count = clampedCount(field.strings.size());
     return true;
 }
@@ -139,11 +143,7 @@ bool VrmlReader::readEnumWord(VrmlField& field) {
 // stops at the first token that is not a number, so a large announced size
 // costs no more than the numbers the file holds.
 bool VrmlReader::readImage(VrmlField& field) {
-    for (int i = 0; i < 3; ++i) {
-        float value;
-        if (!readOneNumber(value)) return false;
-        field.floats.push_back(value);
-    }
+    if (!readPlainNumbers(3, field.floats)) return false;
     const std::int64_t pixels =
         std::int64_t{truncateToInt(field.floats[0])} * std::int64_t{truncateToInt(field.floats[1])};
     for (std::int64_t i = 0; i < pixels; ++i) {
