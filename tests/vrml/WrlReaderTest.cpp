@@ -133,14 +133,9 @@ TEST_F(WrlRead, EveryUseAppendsItsGeometryAgain) {
          "Separator { DEF A Coordinate3 { point [1 1 1] }\n"
          "DEF B Separator { Coordinate3 { point [2 2 2, 3 3 3] } USE A DEF F IndexedFaceSet { coordIndex [4, 5, 6, -1, ] } }\n"
          "Separator { USE B Cube { } USE A USE F DEF C Separator { USE B USE B } USE C } }");
-    const Vec3f a{1, 1, 1}, b2{2, 2, 2}, b3{3, 3, 3};
-    const std::vector<Vec3f> b{b2, b3, a};
-    std::vector<Vec3f> expected{a};
-    for (int copies : {1, 1, 0, 4}) {
-        for (int i = 0; i < copies; ++i) expected.insert(expected.end(), b.begin(), b.end());
-        if (copies == 0) expected.push_back(a);
-    }
-    EXPECT_EQ(mesh.vertices, expected);
+    const Vec3f a{1, 1, 1}, p{2, 2, 2}, q{3, 3, 3};
+    // A, B, USE B, USE A, C (B twice), USE C (B twice).
+    EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{a, p, q, a, p, q, a, a, p, q, a, p, q, a, p, q, a, p, q, a}));
     EXPECT_EQ(mesh.faces, std::vector<Vec3u>(7, Vec3u{4, 5, 6}));
 
     // 21 levels of doubling over one point: 2^22 - 1 vertices, every one.
@@ -159,7 +154,9 @@ TEST_F(WrlRead, EveryUseAppendsItsGeometryAgain) {
     EXPECT_EQ(readAfresh(empty + "}").vertexCount, 0u);
 }
 
-TEST_F(WrlRead, ExpansionPastTheThirtyTwoBitCountsEndsTheProcess) {
+using WrlReadDeathTest = WrlRead;
+
+TEST_F(WrlReadDeathTest, ExpansionPastTheThirtyTwoBitCountsEndsTheProcess) {
     // 2^33 - 1 points cannot be counted by the mesh: memory runs out, which
     // ends the process with status -1 before anything is appended.
     std::string text = std::string(kHeader) + "Separator { DEF A Coordinate3 { point [1 1 1] }\n";
