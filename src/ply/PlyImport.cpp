@@ -1,17 +1,13 @@
 // KelpReadPly: asks the PLY reader for positions, face corners (or strips)
 // and the optional properties it knows, then walks the elements in header
-// order and appends vertices and triangles to the mesh.
-//
-// The common binary layouts (a vertex element of scalars only, a face element
-// of scalars and one corner list) are decoded a whole instance at a time
-// straight from the read buffer, with the same results as the per-property
-// routines; anything else, and any instance near the end of the file, goes
-// through the routines.
+// order and appends vertices and triangles to the mesh. The common binary
+// layouts are decoded a whole instance at a time (PlyInstanceDecoder.h).
 #include "ply/PlyImport.h"
 
 #include <KelpFileIO.h>
 
 #include "ply/PlyFile.h"
+#include "ply/PlyInstanceDecoder.h"
 #include "ply/PlyValues.h"
 
 #include <array>
@@ -101,133 +97,6 @@ PlyPropertyRequest stripRequest() {
                                        offsetof(PlyStripRecord, size), 0);
     r.allocateList = 1;
     return r;
-}
-
-std::int32_t loadLe32(const unsigned char* bytes) {
-    return static_cast<std::int32_t>(std::uint32_t(bytes[0]) | std::uint32_t(bytes[1]) << 8 |
-                                     std::uint32_t(bytes[2]) << 16 | std::uint32_t(bytes[3]) << 24);
-}
-
-float loadLeFloat(const unsigned char* bytes) {
-    const std::uint32_t bits = static_cast<std::uint32_t>(loadLe32(bytes));
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-// Instances larger than this go through the routines.
-constexpr std::size_t kMaxPlannedInstance = 1 << 16;
-
-// Offsets of the stored scalars whose four bytes must not all be zero
-// (binary_big_endian int and float), relative to where they start.
-using ZeroChecks = std::vector<std::size_t>;
-
-bool passesZeroChecks(const unsigned char* bytes, const ZeroChecks& checks) {
-    for (std::size_t offset : checks)
-        if (allZero(bytes + offset, 4)) return false;
-    return true;
-}
-
-// A binary vertex element of scalars only: fixed instance size; positions
-// are float in both byte orders.
-struct VertexPlan {
-    bool usable = false;
-    std::size_t size = 0;
-    std::size_t offsets[3] = {0, 0, 0};
-    ZeroChecks checks;
-};
-
-VertexPlan planVertices(const PlyElement& element, int format) {
-    VertexPlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
-    const std::size_t targets[3] = {offsetof(PlyVertexRecord, x), offsetof(PlyVertexRecord, y),
-                                    offsetof(PlyVertexRecord, z)};
-    bool found[3] = {false, false, false};
-    for (const PlyProperty& property : element.properties) {
-        if (property.isList || !property.routine) return plan;
-        if (property.stored) {
-            if (zeroMeansFailure(property.type, format)) plan.checks.push_back(plan.size);
-            for (int axis = 0; axis < 3; ++axis) {
-                if (property.request.valueOffset == targets[axis]) {
-                    if (property.type != PlyTypeFloat || property.request.memoryType != PlyTypeFloat) return plan;
-                    plan.offsets[axis] = plan.size;
-                    found[axis] = true;
-                }
-            }
-        }
-        plan.size += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
-    }
-    plan.usable = found[0] && found[1] && found[2] && plan.size <= kMaxPlannedInstance;
-    return plan;
-}
-
-// A binary face element of scalars and one corner list of int items with a
-// one-byte count, written in place.
-struct FacePlan {
-    bool usable = false;
-    std::size_t before = 0;  // bytes of the scalars before the list
-    std::size_t after = 0;   // and after it
-    bool signedCount = false;
-    ZeroChecks checksBefore;
-    ZeroChecks checksAfter;
-};
-
-FacePlan planFaces(const PlyElement& element, int format) {
-    FacePlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
-    bool listSeen = false;
-    for (const PlyProperty& property : element.properties) {
-        if (!property.routine) return plan;
-        if (property.isList) {
-            const PlyPropertyRequest& r = property.request;
-            if (listSeen || !property.stored || r.storedType != PlyTypeInt || r.memoryType != PlyTypeInt ||
-                r.allocateList || r.valueOffset != offsetof(PlyFaceRecord, indices) ||
-                r.countOffset != offsetof(PlyFaceRecord, size) || kPlyTypeSizes[r.countMemoryType] != 1 ||
-                isFloatingType(r.countMemoryType) ||
-                (r.countStoredType != PlyTypeUchar && r.countStoredType != PlyTypeChar))
-                return plan;
-            listSeen = true;
-            plan.signedCount = r.countStoredType == PlyTypeChar;
-            continue;
-        }
-        std::size_t& cursor = listSeen ? plan.after : plan.before;
-        if (property.stored && zeroMeansFailure(property.type, format))
-            (listSeen ? plan.checksAfter : plan.checksBefore).push_back(cursor);
-        cursor += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
-    }
-    plan.usable = listSeen && plan.before + plan.after <= kMaxPlannedInstance;
-    return plan;
-}
-
-enum class Decoded { Ok, Failed, NotHere };
-
-Decoded decodeVertex(PlyInput& input, const VertexPlan& plan, PlyVertexRecord& vertex) {
-    if (!input.ensure(plan.size)) return Decoded::NotHere;
-    const unsigned char* bytes = input.data();
-    if (!passesZeroChecks(bytes, plan.checks)) return Decoded::Failed;
-    vertex.x = loadLeFloat(bytes + plan.offsets[0]);
-    vertex.y = loadLeFloat(bytes + plan.offsets[1]);
-    vertex.z = loadLeFloat(bytes + plan.offsets[2]);
-    input.advance(plan.size);
-    return Decoded::Ok;
-}
-
-Decoded decodeFace(PlyInput& input, const FacePlan& plan, PlyFaceRecord& face) {
-    if (!input.ensure(plan.before + 1)) return Decoded::NotHere;
-    const unsigned char countByte = input.data()[plan.before];
-    const int count = plan.signedCount ? static_cast<signed char>(countByte) : countByte;
-    const std::size_t items = count > 0 ? static_cast<std::size_t>(count) : 0;
-    const std::size_t listEnd = plan.before + 1 + 4 * items;
-    const std::size_t total = listEnd + plan.after;
-    if (!input.ensure(total)) return Decoded::NotHere;
-    const unsigned char* bytes = input.data();
-    if (!passesZeroChecks(bytes, plan.checksBefore) || !passesZeroChecks(bytes + listEnd, plan.checksAfter))
-        return Decoded::Failed;
-    face.size = countByte;
-    const unsigned char* item = bytes + plan.before + 1;
-    for (std::size_t i = 0; i < items; ++i, item += 4) face.indices[i] = loadLe32(item);
-    input.advance(total);
-    return Decoded::Ok;
 }
 
 // Room for the instances the rest of the file can hold, never more: the
