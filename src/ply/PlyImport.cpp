@@ -14,6 +14,8 @@
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
+#include <memory>
+#include <new>
 #include <vector>
 
 namespace KelpPly {
@@ -99,14 +101,54 @@ PlyPropertyRequest stripRequest() {
     return r;
 }
 
-// Room for the instances the rest of the file can hold, never more: the
-// declared count alone is not trusted.
+// Room for `extra` more entries, growing by at least half so that many small
+// elements append in linear time.
 template <typename Vector>
-void reserveFor(Vector& array, int declared, std::uint64_t bytesLeft, std::uint64_t minInstanceBytes) {
-    if (declared < 1 || bytesLeft == std::numeric_limits<std::uint64_t>::max() || minInstanceBytes == 0) return;
-    std::uint64_t fit = bytesLeft / minInstanceBytes;
-    if (fit > static_cast<std::uint64_t>(declared)) fit = static_cast<std::uint64_t>(declared);
-    array.reserve(array.size() + static_cast<std::size_t>(fit));
+void makeRoom(Vector& array, std::uint64_t extra) {
+    const std::uint64_t needed = array.size() + extra;
+    if (needed <= array.capacity()) return;
+    const std::uint64_t grown = array.capacity() + array.capacity() / 2;
+    array.reserve(static_cast<std::size_t>(needed > grown ? needed : grown));
+}
+
+// Room for `extra` more vertices in every array addVertex appends to, so that
+// no append fails halfway through a vertex. A total the 32-bit count cannot
+// hold is an allocation failure like any other.
+void makeVertexRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+    if (mesh.vertexCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+    makeRoom(mesh.vertices, extra);
+    makeRoom(mesh.vertexFlags, extra);
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeNormals) makeRoom(mesh.vertexNormals, extra);
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxVectors) makeRoom(mesh.vertexAuxVectors, extra);
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxValues) makeRoom(mesh.vertexAuxValues, extra);
+}
+
+void makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+    if (mesh.faceCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+    makeRoom(mesh.faces, extra);
+    makeRoom(mesh.faceFlags, extra);
+    if (mesh.faceAttributes & KelpCore::KelpAttributeNormals) makeRoom(mesh.faceNormals, extra);
+    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxVectors) makeRoom(mesh.faceAuxVectors, extra);
+    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxValues) makeRoom(mesh.faceAuxValues, extra);
+}
+
+void appendVertex(KelpTriMesh& mesh, const PlyVertexRecord& vertex) {
+    makeVertexRoom(mesh, 1);
+    mesh.addVertex({vertex.x, vertex.y, vertex.z});
+}
+
+void appendFace(KelpTriMesh& mesh, const PlyFaceRecord& face) {
+    makeFaceRoom(mesh, 1);
+    mesh.addFace(static_cast<std::uint32_t>(face.indices[0]), static_cast<std::uint32_t>(face.indices[1]),
+                 static_cast<std::uint32_t>(face.indices[2]));
+}
+
+// Room for the instances the rest of the file can hold, never more: the
+// declared count alone is not trusted for elements that read data.
+std::uint64_t instancesThatFit(int declared, std::uint64_t bytesLeft, std::uint64_t minInstanceBytes) {
+    if (declared < 1 || bytesLeft == std::numeric_limits<std::uint64_t>::max() || minInstanceBytes == 0) return 0;
+    const std::uint64_t fit = bytesLeft / minInstanceBytes;
+    return fit < static_cast<std::uint64_t>(declared) ? fit : static_cast<std::uint64_t>(declared);
 }
 
 std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
@@ -123,6 +165,7 @@ std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
 }  // namespace
 
 void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh& mesh) {
+    if (count > 2) makeFaceRoom(mesh, static_cast<std::uint64_t>(count) - 2);
     int restartParity = 0;
     for (std::int64_t k = 0; k < std::int64_t(count) - 2; ++k) {
         const std::int32_t corner = indices[k + 2];
@@ -141,6 +184,82 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
             mesh.addFace(a, b, c);
     }
 }
+
+namespace {
+
+// Reads every element in header order into the mesh; the importer's code.
+int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
+    // The records live for the whole walk: an element that stores nothing
+    // into them sees what the last instance left.
+    PlyVertexRecord vertex{};
+    PlyFaceRecord face{};
+    PlyStripRecord strip{};
+    auto asRecord = [](auto& record) { return reinterpret_cast<unsigned char*>(&record); };
+
+    for (std::size_t e = 0; e < ply.elements.size(); ++e) {
+        PlyElement& element = ply.elements[e];
+        if (element.count < 1) continue;
+        const auto count = static_cast<std::uint64_t>(element.count);
+        if (element.properties.empty()) {
+            // Nothing to read: every instance is the load record as it stands.
+            // A strip record holds no strip between instances (each is freed
+            // once decoded), and other elements have no record.
+            if (element.name == "vertex") {
+                makeVertexRoom(mesh, count);
+                for (std::uint64_t n = 0; n < count; ++n) appendVertex(mesh, vertex);
+            } else if (element.name == "face") {
+                if (face.size != 3) return PlyImportNotTriangle;
+                makeFaceRoom(mesh, count);
+                for (std::uint64_t n = 0; n < count; ++n) appendFace(mesh, face);
+            }
+            continue;
+        }
+        ply.selectElement(static_cast<int>(e));
+        const std::uint64_t minBytes = minimalInstanceBytes(element, ply.format);
+
+        if (element.name == "vertex") {
+            const VertexPlan plan = planVertices(element, ply.format);
+            makeVertexRoom(mesh, instancesThatFit(element.count, ply.input.bytesLeft(),
+                                                  plan.usable ? plan.size : minBytes));
+            for (int n = 0; n < element.count; ++n) {
+                Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
+                if (decoded == Decoded::NotHere)
+                    decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
+                if (decoded == Decoded::Failed) return PlyImportBadInstance;
+                appendVertex(mesh, vertex);
+            }
+        } else if (element.name == "face") {
+            const FacePlan plan = planFaces(element, ply.format);
+            // Every accepted face has three corners.
+            const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
+            makeFaceRoom(mesh, instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes));
+            for (int n = 0; n < element.count; ++n) {
+                Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
+                if (decoded == Decoded::NotHere)
+                    decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
+                if (decoded == Decoded::Failed) return PlyImportBadInstance;
+                if (face.size != 3) return PlyImportNotTriangle;
+                appendFace(mesh, face);
+            }
+        } else if (element.name == "tristrips") {
+            const bool decodes = static_cast<int>(e) == stripIndex;
+            for (int n = 0; n < element.count; ++n) {
+                strip = PlyStripRecord{};
+                const bool ok = ply.readInstance(asRecord(strip)) == 0;
+                const std::unique_ptr<std::int32_t, decltype(&std::free)> owned(strip.indices, &std::free);
+                if (!ok) return PlyImportBadInstance;
+                if (decodes && strip.indices) decodePlyStrip(strip.indices, strip.size, mesh);
+            }
+            strip = PlyStripRecord{};
+        } else {
+            for (int n = 0; n < element.count; ++n)
+                if (ply.readInstance(nullptr) != 0) return PlyImportBadInstance;
+        }
+    }
+    return PlyImportOk;
+}
+
+}  // namespace
 
 PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
     PlyImportResult result;
@@ -225,63 +344,12 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
                                 PlyFaceRecord::kMaxListValues)))
         result.attributeMask |= PlyHasFaceColourList;
 
-    // The records live for the whole walk: an element that stores nothing
-    // into them sees what the last instance left.
-    PlyVertexRecord vertex{};
-    PlyFaceRecord face{};
-    PlyStripRecord strip{};
-    auto asRecord = [](auto& record) { return reinterpret_cast<unsigned char*>(&record); };
-
-    for (std::size_t e = 0; e < ply.elements.size(); ++e) {
-        PlyElement& element = ply.elements[e];
-        // An element without properties holds no data: its instances would
-        // never fail, so a huge count would spin (or append stale records)
-        // without reading a byte. It is passed over like an empty one.
-        if (element.count < 1 || element.properties.empty()) continue;
-        ply.selectElement(static_cast<int>(e));
-        const std::uint64_t minBytes = minimalInstanceBytes(element, ply.format);
-
-        if (element.name == "vertex") {
-            const VertexPlan plan = planVertices(element, ply.format);
-            const std::uint64_t left = ply.input.bytesLeft();
-            reserveFor(mesh->vertices, element.count, left, plan.usable ? plan.size : minBytes);
-            reserveFor(mesh->vertexFlags, element.count, left, plan.usable ? plan.size : minBytes);
-            for (int n = 0; n < element.count; ++n) {
-                Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return fail(PlyImportBadInstance);
-                mesh->addVertex({vertex.x, vertex.y, vertex.z});
-            }
-        } else if (element.name == "face") {
-            const FacePlan plan = planFaces(element, ply.format);
-            const std::uint64_t left = ply.input.bytesLeft();
-            // Every accepted face has three corners.
-            const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
-            reserveFor(mesh->faces, element.count, left, faceBytes);
-            reserveFor(mesh->faceFlags, element.count, left, faceBytes);
-            for (int n = 0; n < element.count; ++n) {
-                Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return fail(PlyImportBadInstance);
-                if (face.size != 3) return fail(PlyImportNotTriangle);
-                mesh->addFace(static_cast<std::uint32_t>(face.indices[0]), static_cast<std::uint32_t>(face.indices[1]),
-                              static_cast<std::uint32_t>(face.indices[2]));
-            }
-        } else if (element.name == "tristrips") {
-            const bool decodes = static_cast<int>(e) == stripIndex;
-            for (int n = 0; n < element.count; ++n) {
-                const bool ok = ply.readInstance(asRecord(strip)) == 0;
-                if (ok && decodes && strip.indices) decodePlyStrip(strip.indices, strip.size, *mesh);
-                std::free(strip.indices);
-                strip = PlyStripRecord{};
-                if (!ok) return fail(PlyImportBadInstance);
-            }
-        } else {
-            for (int n = 0; n < element.count; ++n)
-                if (ply.readInstance(nullptr) != 0) return fail(PlyImportBadInstance);
-        }
+    try {
+        result.code = readElements(ply, *mesh, stripIndex);
+    } catch (const std::bad_alloc&) {
+        // What was appended before stays; the mesh's arrays were made room
+        // for ahead of every append, so they agree with its counts.
+        result.code = PlyImportBadInstance;
     }
     return result;
 }
