@@ -10,6 +10,7 @@
 #include "ply/PlyInstanceDecoder.h"
 #include "ply/PlyValues.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -102,46 +103,68 @@ PlyPropertyRequest stripRequest() {
 }
 
 // Room for `extra` more entries, growing by at least half so that many small
-// elements append in linear time.
+// elements append in linear time; returns the spare room after that.
 template <typename Vector>
-void makeRoom(Vector& array, std::uint64_t extra) {
+std::uint64_t makeRoom(Vector& array, std::uint64_t extra) {
     const std::uint64_t needed = array.size() + extra;
-    if (needed <= array.capacity()) return;
-    const std::uint64_t grown = array.capacity() + array.capacity() / 2;
-    array.reserve(static_cast<std::size_t>(needed > grown ? needed : grown));
+    if (needed > array.capacity()) {
+        const std::uint64_t grown = array.capacity() + array.capacity() / 2;
+        array.reserve(static_cast<std::size_t>(needed > grown ? needed : grown));
+    }
+    return array.capacity() - array.size();
 }
 
 // Room for `extra` more vertices in every array addVertex appends to, so that
-// no append fails halfway through a vertex. A total the 32-bit count cannot
+// no append fails halfway through a vertex; returns how many vertices can be
+// appended before room must be made again. A total the 32-bit count cannot
 // hold is an allocation failure like any other.
-void makeVertexRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+std::uint64_t makeVertexRoom(KelpTriMesh& mesh, std::uint64_t extra) {
     if (mesh.vertexCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-    makeRoom(mesh.vertices, extra);
-    makeRoom(mesh.vertexFlags, extra);
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeNormals) makeRoom(mesh.vertexNormals, extra);
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxVectors) makeRoom(mesh.vertexAuxVectors, extra);
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxValues) makeRoom(mesh.vertexAuxValues, extra);
+    std::uint64_t room = std::min(makeRoom(mesh.vertices, extra), makeRoom(mesh.vertexFlags, extra));
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeNormals)
+        room = std::min(room, makeRoom(mesh.vertexNormals, extra));
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxVectors)
+        room = std::min(room, makeRoom(mesh.vertexAuxVectors, extra));
+    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxValues)
+        room = std::min(room, makeRoom(mesh.vertexAuxValues, extra));
+    return std::min<std::uint64_t>(room, std::numeric_limits<std::uint32_t>::max() - mesh.vertexCount);
 }
 
-void makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+std::uint64_t makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
     if (mesh.faceCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-    makeRoom(mesh.faces, extra);
-    makeRoom(mesh.faceFlags, extra);
-    if (mesh.faceAttributes & KelpCore::KelpAttributeNormals) makeRoom(mesh.faceNormals, extra);
-    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxVectors) makeRoom(mesh.faceAuxVectors, extra);
-    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxValues) makeRoom(mesh.faceAuxValues, extra);
+    std::uint64_t room = std::min(makeRoom(mesh.faces, extra), makeRoom(mesh.faceFlags, extra));
+    if (mesh.faceAttributes & KelpCore::KelpAttributeNormals)
+        room = std::min(room, makeRoom(mesh.faceNormals, extra));
+    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxVectors)
+        room = std::min(room, makeRoom(mesh.faceAuxVectors, extra));
+    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxValues)
+        room = std::min(room, makeRoom(mesh.faceAuxValues, extra));
+    return std::min<std::uint64_t>(room, std::numeric_limits<std::uint32_t>::max() - mesh.faceCount);
 }
 
-void appendVertex(KelpTriMesh& mesh, const PlyVertexRecord& vertex) {
-    makeVertexRoom(mesh, 1);
-    mesh.addVertex({vertex.x, vertex.y, vertex.z});
-}
+// Appends with room made ahead, checked once per batch rather than per entry.
+struct VertexAppender {
+    KelpTriMesh& mesh;
+    std::uint64_t room = 0;
+    void reserve(std::uint64_t extra) { room = makeVertexRoom(mesh, extra); }
+    void append(const PlyVertexRecord& vertex) {
+        if (room == 0) reserve(1);
+        --room;
+        mesh.addVertex({vertex.x, vertex.y, vertex.z});
+    }
+};
 
-void appendFace(KelpTriMesh& mesh, const PlyFaceRecord& face) {
-    makeFaceRoom(mesh, 1);
-    mesh.addFace(static_cast<std::uint32_t>(face.indices[0]), static_cast<std::uint32_t>(face.indices[1]),
-                 static_cast<std::uint32_t>(face.indices[2]));
-}
+struct FaceAppender {
+    KelpTriMesh& mesh;
+    std::uint64_t room = 0;
+    void reserve(std::uint64_t extra) { room = makeFaceRoom(mesh, extra); }
+    void append(std::int32_t a, std::int32_t b, std::int32_t c) {
+        if (room == 0) reserve(1);
+        --room;
+        mesh.addFace(static_cast<std::uint32_t>(a), static_cast<std::uint32_t>(b), static_cast<std::uint32_t>(c));
+    }
+    void append(const PlyFaceRecord& face) { append(face.indices[0], face.indices[1], face.indices[2]); }
+};
 
 // Room for the instances the rest of the file can hold, never more: the
 // declared count alone is not trusted for elements that read data.
@@ -165,7 +188,8 @@ std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
 }  // namespace
 
 void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh& mesh) {
-    if (count > 2) makeFaceRoom(mesh, static_cast<std::uint64_t>(count) - 2);
+    FaceAppender faces{mesh};
+    if (count > 2) faces.reserve(static_cast<std::uint64_t>(count) - 2);
     int restartParity = 0;
     for (std::int64_t k = 0; k < std::int64_t(count) - 2; ++k) {
         const std::int32_t corner = indices[k + 2];
@@ -175,13 +199,10 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
             restartParity = (k % 2 == 0) ? 1 : 0;
             continue;
         }
-        const auto a = static_cast<std::uint32_t>(indices[k]);
-        const auto b = static_cast<std::uint32_t>(indices[k + 1]);
-        const auto c = static_cast<std::uint32_t>(corner);
         if ((k + restartParity) % 2 != 0)
-            mesh.addFace(b, a, c);
+            faces.append(indices[k + 1], indices[k], corner);
         else
-            mesh.addFace(a, b, c);
+            faces.append(indices[k], indices[k + 1], corner);
     }
 }
 
@@ -205,12 +226,14 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             // A strip record holds no strip between instances (each is freed
             // once decoded), and other elements have no record.
             if (element.name == "vertex") {
-                makeVertexRoom(mesh, count);
-                for (std::uint64_t n = 0; n < count; ++n) appendVertex(mesh, vertex);
+                VertexAppender vertices{mesh};
+                vertices.reserve(count);
+                for (std::uint64_t n = 0; n < count; ++n) vertices.append(vertex);
             } else if (element.name == "face") {
                 if (face.size != 3) return PlyImportNotTriangle;
-                makeFaceRoom(mesh, count);
-                for (std::uint64_t n = 0; n < count; ++n) appendFace(mesh, face);
+                FaceAppender faces{mesh};
+                faces.reserve(count);
+                for (std::uint64_t n = 0; n < count; ++n) faces.append(face);
             }
             continue;
         }
@@ -219,27 +242,29 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
 
         if (element.name == "vertex") {
             const VertexPlan plan = planVertices(element, ply.format);
-            makeVertexRoom(mesh, instancesThatFit(element.count, ply.input.bytesLeft(),
-                                                  plan.usable ? plan.size : minBytes));
+            VertexAppender vertices{mesh};
+            const std::uint64_t instanceBytes = plan.usable ? plan.size : minBytes;
+            vertices.reserve(instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes));
             for (int n = 0; n < element.count; ++n) {
                 Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
                     decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
-                appendVertex(mesh, vertex);
+                vertices.append(vertex);
             }
         } else if (element.name == "face") {
             const FacePlan plan = planFaces(element, ply.format);
             // Every accepted face has three corners.
             const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
-            makeFaceRoom(mesh, instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes));
+            FaceAppender faces{mesh};
+            faces.reserve(instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes));
             for (int n = 0; n < element.count; ++n) {
                 Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
                     decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
                 if (face.size != 3) return PlyImportNotTriangle;
-                appendFace(mesh, face);
+                faces.append(face);
             }
         } else if (element.name == "tristrips") {
             const bool decodes = static_cast<int>(e) == stripIndex;

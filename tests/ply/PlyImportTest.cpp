@@ -226,7 +226,9 @@ TEST_F(PlyImport, ElementsWithoutPropertiesRepeatTheLoadRecord) {
     const std::string vertices3 = "element vertex 3\nproperty float x\nproperty float y\nproperty float z\n";
     const std::string decl = vertices3 + faceList(1) + "element vertex 2\nelement face 2\nelement junk 2147483647\n";
     const std::string text = "1 2 3\n2 3 4\n3 4 5\n3 0 1 2\n";
-    const Bytes binary = Bytes().f32(1).f32(2).f32(3).f32(2).f32(3).f32(4).f32(3).f32(4).f32(5).u8(3).i32(0).i32(1).i32(2);
+    Bytes binary;
+    for (int v = 1; v <= 3; ++v) binary.f32(float(v)).f32(float(v + 1)).f32(float(v + 2));
+    binary.u8(3).i32(0).i32(1).i32(2);
     for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {
         SCOPED_TRACE(format);
         EXPECT_EQ(import(header(format, decl) + (format == std::string("ascii") ? text : binary.data)), 0);
