@@ -114,32 +114,31 @@ std::uint64_t makeRoom(Vector& array, std::uint64_t extra) {
     return array.capacity() - array.size();
 }
 
-// Room for `extra` more vertices in every array addVertex appends to, so that
-// no append fails halfway through a vertex; returns how many vertices can be
-// appended before room must be made again. A total the 32-bit count cannot
-// hold is an allocation failure like any other.
+// Room for `extra` more entries in every array that addVertex (or addFace)
+// appends to, so that no append fails halfway through an entry; returns how
+// many entries can be appended before room must be made again. A total the
+// 32-bit count cannot hold is an allocation failure like any other.
+template <typename Entries>
+std::uint64_t makeEntryRoom(std::uint32_t count, std::uint32_t attributes, std::uint64_t extra, Entries& entries,
+                            std::vector<std::uint32_t>& flags, std::vector<KelpCore::Vec3f>& normals,
+                            std::vector<KelpCore::Vec3f>& auxVectors, std::vector<float>& auxValues) {
+    constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
+    if (count + extra > kMaxCount) throw std::bad_alloc();
+    std::uint64_t room = std::min(makeRoom(entries, extra), makeRoom(flags, extra));
+    if (attributes & KelpCore::KelpAttributeNormals) room = std::min(room, makeRoom(normals, extra));
+    if (attributes & KelpCore::KelpAttributeAuxVectors) room = std::min(room, makeRoom(auxVectors, extra));
+    if (attributes & KelpCore::KelpAttributeAuxValues) room = std::min(room, makeRoom(auxValues, extra));
+    return std::min(room, kMaxCount - count);
+}
+
 std::uint64_t makeVertexRoom(KelpTriMesh& mesh, std::uint64_t extra) {
-    if (mesh.vertexCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-    std::uint64_t room = std::min(makeRoom(mesh.vertices, extra), makeRoom(mesh.vertexFlags, extra));
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeNormals)
-        room = std::min(room, makeRoom(mesh.vertexNormals, extra));
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxVectors)
-        room = std::min(room, makeRoom(mesh.vertexAuxVectors, extra));
-    if (mesh.vertexAttributes & KelpCore::KelpAttributeAuxValues)
-        room = std::min(room, makeRoom(mesh.vertexAuxValues, extra));
-    return std::min<std::uint64_t>(room, std::numeric_limits<std::uint32_t>::max() - mesh.vertexCount);
+    return makeEntryRoom(mesh.vertexCount, mesh.vertexAttributes, extra, mesh.vertices, mesh.vertexFlags,
+                         mesh.vertexNormals, mesh.vertexAuxVectors, mesh.vertexAuxValues);
 }
 
 std::uint64_t makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
-    if (mesh.faceCount + extra > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-    std::uint64_t room = std::min(makeRoom(mesh.faces, extra), makeRoom(mesh.faceFlags, extra));
-    if (mesh.faceAttributes & KelpCore::KelpAttributeNormals)
-        room = std::min(room, makeRoom(mesh.faceNormals, extra));
-    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxVectors)
-        room = std::min(room, makeRoom(mesh.faceAuxVectors, extra));
-    if (mesh.faceAttributes & KelpCore::KelpAttributeAuxValues)
-        room = std::min(room, makeRoom(mesh.faceAuxValues, extra));
-    return std::min<std::uint64_t>(room, std::numeric_limits<std::uint32_t>::max() - mesh.faceCount);
+    return makeEntryRoom(mesh.faceCount, mesh.faceAttributes, extra, mesh.faces, mesh.faceFlags, mesh.faceNormals,
+                         mesh.faceAuxVectors, mesh.faceAuxValues);
 }
 
 // Appends with room made ahead, checked once per batch rather than per entry.
