@@ -141,29 +141,26 @@ std::uint64_t makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
                          mesh.faceAuxVectors, mesh.faceAuxValues);
 }
 
-// Appends with room made ahead, checked once per batch rather than per entry.
-struct VertexAppender {
-    KelpTriMesh& mesh;
-    std::uint64_t room = 0;
-    void reserve(std::uint64_t extra) { room = makeVertexRoom(mesh, extra); }
-    void append(const PlyVertexRecord& vertex) {
-        if (room == 0) reserve(1);
-        --room;
-        mesh.addVertex({vertex.x, vertex.y, vertex.z});
+// Calls `appendOne` (an importer code) `count` times, in batches that fit the
+// room `makeRoom(extra)` made, so that appending needs no check of its own.
+template <typename MakeRoom, typename AppendOne>
+int appendInBatches(std::uint64_t count, std::uint64_t room, MakeRoom makeRoom, AppendOne appendOne) {
+    for (std::uint64_t done = 0; done < count;) {
+        if (room == 0) room = makeRoom(1);
+        const std::uint64_t batch = std::min(room, count - done);
+        for (std::uint64_t i = 0; i < batch; ++i) {
+            const int code = appendOne();
+            if (code != PlyImportOk) return code;
+        }
+        room -= batch;
+        done += batch;
     }
-};
+    return PlyImportOk;
+}
 
-struct FaceAppender {
-    KelpTriMesh& mesh;
-    std::uint64_t room = 0;
-    void reserve(std::uint64_t extra) { room = makeFaceRoom(mesh, extra); }
-    void append(std::int32_t a, std::int32_t b, std::int32_t c) {
-        if (room == 0) reserve(1);
-        --room;
-        mesh.addFace(static_cast<std::uint32_t>(a), static_cast<std::uint32_t>(b), static_cast<std::uint32_t>(c));
-    }
-    void append(const PlyFaceRecord& face) { append(face.indices[0], face.indices[1], face.indices[2]); }
-};
+void addFace(KelpTriMesh& mesh, std::int32_t a, std::int32_t b, std::int32_t c) {
+    mesh.addFace(static_cast<std::uint32_t>(a), static_cast<std::uint32_t>(b), static_cast<std::uint32_t>(c));
+}
 
 // Room for the instances the rest of the file can hold, never more: the
 // declared count alone is not trusted for elements that read data.
@@ -187,8 +184,8 @@ std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
 }  // namespace
 
 void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh& mesh) {
-    FaceAppender faces{mesh};
-    if (count > 2) faces.reserve(static_cast<std::uint64_t>(count) - 2);
+    // At most one triangle per index after the second.
+    if (count > 2) makeFaceRoom(mesh, static_cast<std::uint64_t>(count) - 2);
     int restartParity = 0;
     for (std::int64_t k = 0; k < std::int64_t(count) - 2; ++k) {
         const std::int32_t corner = indices[k + 2];
@@ -199,9 +196,9 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
             continue;
         }
         if ((k + restartParity) % 2 != 0)
-            faces.append(indices[k + 1], indices[k], corner);
+            addFace(mesh, indices[k + 1], indices[k], corner);
         else
-            faces.append(indices[k], indices[k + 1], corner);
+            addFace(mesh, indices[k], indices[k + 1], corner);
     }
 }
 
@@ -216,24 +213,33 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
     PlyStripRecord strip{};
     auto asRecord = [](auto& record) { return reinterpret_cast<unsigned char*>(&record); };
 
+    auto vertexRoom = [&](std::uint64_t extra) { return makeVertexRoom(mesh, extra); };
+    auto faceRoom = [&](std::uint64_t extra) { return makeFaceRoom(mesh, extra); };
+    auto appendVertex = [&] {
+        mesh.addVertex({vertex.x, vertex.y, vertex.z});
+        return PlyImportOk;
+    };
+    auto appendFace = [&] {
+        if (face.size != 3) return PlyImportNotTriangle;
+        addFace(mesh, face.indices[0], face.indices[1], face.indices[2]);
+        return PlyImportOk;
+    };
+
     for (std::size_t e = 0; e < ply.elements.size(); ++e) {
         PlyElement& element = ply.elements[e];
         if (element.count < 1) continue;
         const auto count = static_cast<std::uint64_t>(element.count);
+        int code = PlyImportOk;
         if (element.properties.empty()) {
             // Nothing to read: every instance is the load record as it stands.
             // A strip record holds no strip between instances (each is freed
             // once decoded), and other elements have no record.
-            if (element.name == "vertex") {
-                VertexAppender vertices{mesh};
-                vertices.reserve(count);
-                for (std::uint64_t n = 0; n < count; ++n) vertices.append(vertex);
-            } else if (element.name == "face") {
-                if (face.size != 3) return PlyImportNotTriangle;
-                FaceAppender faces{mesh};
-                faces.reserve(count);
-                for (std::uint64_t n = 0; n < count; ++n) faces.append(face);
-            }
+            if (element.name == "vertex")
+                code = appendInBatches(count, makeVertexRoom(mesh, count), vertexRoom, appendVertex);
+            else if (element.name == "face")
+                code = face.size == 3 ? appendInBatches(count, makeFaceRoom(mesh, count), faceRoom, appendFace)
+                                      : PlyImportNotTriangle;
+            if (code != PlyImportOk) return code;
             continue;
         }
         ply.selectElement(static_cast<int>(e));
@@ -241,30 +247,27 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
 
         if (element.name == "vertex") {
             const VertexPlan plan = planVertices(element, ply.format);
-            VertexAppender vertices{mesh};
             const std::uint64_t instanceBytes = plan.usable ? plan.size : minBytes;
-            vertices.reserve(instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes));
-            for (int n = 0; n < element.count; ++n) {
+            const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes);
+            code = appendInBatches(count, makeVertexRoom(mesh, fit), vertexRoom, [&] {
                 Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
                     decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
-                vertices.append(vertex);
-            }
+                return appendVertex();
+            });
         } else if (element.name == "face") {
             const FacePlan plan = planFaces(element, ply.format);
             // Every accepted face has three corners.
             const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
-            FaceAppender faces{mesh};
-            faces.reserve(instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes));
-            for (int n = 0; n < element.count; ++n) {
+            const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes);
+            code = appendInBatches(count, makeFaceRoom(mesh, fit), faceRoom, [&] {
                 Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
                     decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
-                if (face.size != 3) return PlyImportNotTriangle;
-                faces.append(face);
-            }
+                return appendFace();
+            });
         } else if (element.name == "tristrips") {
             const bool decodes = static_cast<int>(e) == stripIndex;
             for (int n = 0; n < element.count; ++n) {
@@ -279,6 +282,7 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             for (int n = 0; n < element.count; ++n)
                 if (ply.readInstance(nullptr) != 0) return PlyImportBadInstance;
         }
+        if (code != PlyImportOk) return code;
     }
     return PlyImportOk;
 }
