@@ -3,6 +3,8 @@
 // call per field keeps the walk close to the speed of reading the bytes.
 #pragma once
 
+#include "io/ByteOrder.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -46,31 +48,20 @@ public:
     bool readU16(std::uint16_t& value) {
         unsigned char bytes[2];
         if (!read(bytes, 2)) return false;
-        value = static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
+        value = KelpIo::loadLe16(bytes);
         return true;
     }
     bool readU32(std::uint32_t& value) {
         unsigned char bytes[4];
         if (!read(bytes, 4)) return false;
-        value = decodeU32(bytes);
+        value = KelpIo::loadLe32(bytes);
         return true;
     }
     bool readF32(float& value) {
         unsigned char bytes[4];
         if (!read(bytes, 4)) return false;
-        value = decodeF32(bytes);
+        value = KelpIo::loadLeFloat(bytes);
         return true;
-    }
-
-    static std::uint32_t decodeU32(const unsigned char* bytes) {
-        return static_cast<std::uint32_t>(bytes[0]) | (static_cast<std::uint32_t>(bytes[1]) << 8) |
-               (static_cast<std::uint32_t>(bytes[2]) << 16) | (static_cast<std::uint32_t>(bytes[3]) << 24);
-    }
-    static float decodeF32(const unsigned char* bytes) {
-        const std::uint32_t bits = decodeU32(bytes);
-        float value;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
     }
 
 private:

@@ -168,8 +168,8 @@ private:
         for (std::uint32_t i = 0; i < count; ++i) {
             unsigned char bytes[12];
             if (!source_.read(bytes, sizeof bytes)) return false;
-            mesh_.addVertex({ChunkSource::decodeF32(bytes), ChunkSource::decodeF32(bytes + 4),
-                             ChunkSource::decodeF32(bytes + 8)});
+            mesh_.addVertex({KelpIo::loadLeFloat(bytes), KelpIo::loadLeFloat(bytes + 4),
+                             KelpIo::loadLeFloat(bytes + 8)});
         }
         return true;
     }
@@ -182,9 +182,7 @@ private:
         for (std::uint32_t i = 0; i < count; ++i) {
             unsigned char bytes[8];
             if (!source_.read(bytes, sizeof bytes)) return false;
-            mesh_.addFace(static_cast<std::uint32_t>(bytes[0] | (bytes[1] << 8)),
-                          static_cast<std::uint32_t>(bytes[2] | (bytes[3] << 8)),
-                          static_cast<std::uint32_t>(bytes[4] | (bytes[5] << 8)));
+            mesh_.addFace(KelpIo::loadLe16(bytes), KelpIo::loadLe16(bytes + 2), KelpIo::loadLe16(bytes + 4));
         }
         return true;
     }

@@ -2,12 +2,11 @@
 // the results of the classic one-triangle-at-a-time loop of unchecked reads
 // into buffers reused from one triangle to the next: once the file runs out,
 // every remaining triangle repeats the corner buffer as the last read left it.
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <vector>
 
 namespace KelpStl {
@@ -28,25 +27,26 @@ class WeldSink {
 public:
     WeldSink(std::uint32_t count, std::uint64_t positionsInFile)
         : vertexTotal_(std::uint32_t{3u * count}),
-          welder_(vertexTotal_, count, static_cast<std::size_t>(std::min<std::uint64_t>(vertexTotal_, positionsInFile))) {}
+          welder_(std::make_unique<SoupWelder>(
+              vertexTotal_, count, static_cast<std::size_t>(std::min<std::uint64_t>(vertexTotal_, positionsInFile)))) {}
 
     void records(const unsigned char* bytes, std::size_t count) {
         corners_.resize(std::max(corners_.size(), 3 * count));
         for (std::size_t r = 0; r < count; ++r) loadCorners(&corners_[3 * r], bytes + r * kRecordBytes + kCornersAt);
-        welder_.addRun(corners_.data(), 3 * count);
+        welder_->addRun(corners_.data(), 3 * count);
     }
 
     void repeat(const unsigned char* cornerBytes, std::uint32_t times) {
         KelpCore::Vec3f corners[3];
         loadCorners(corners, cornerBytes);
-        welder_.addRepeated(corners, times);
+        welder_->addRepeated(corners, times);
     }
 
-    void finish(KelpCore::KelpTriMesh* mesh) { welder_.finish(mesh); }
+    std::unique_ptr<SoupWelder> release() { return std::move(welder_); }
 
 private:
     std::size_t vertexTotal_;
-    SoupWelder welder_;
+    std::unique_ptr<SoupWelder> welder_;
     std::vector<KelpCore::Vec3f> corners_;
 };
 
@@ -91,34 +91,26 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
 
 }  // namespace
 
-bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
-    KelpFrame::switchToReaderLocale();
-    KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
-    if (!file) return false;  // the locale stays switched on this path
-
+std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file) {
     unsigned char countBytes[4] = {};
-    std::fseek(file.get(), kHeaderBytes, SEEK_SET);
-    std::fread(countBytes, 1, sizeof countBytes, file.get());
-    const std::uint32_t count = loadU32(countBytes);
+    std::fseek(file, kHeaderBytes, SEEK_SET);
+    std::fread(countBytes, 1, sizeof countBytes, file);
+    const std::uint32_t count = KelpIo::loadLe32(countBytes);
     std::printf("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
     // the three a short file repeats; a count the file cannot back does not
     // size the welder's table.
-    const std::uint64_t positions = 3 * (std::min<std::uint64_t>(bytesLeft(file.get()) / kRecordBytes, visited) + 1);
+    const std::uint64_t positions = 3 * (std::min<std::uint64_t>(bytesLeft(file) / kRecordBytes, visited) + 1);
     WeldSink sink(count, positions);
-    readRecords(file.get(), visited, sink);
+    readRecords(file, visited, sink);
     // Counts of 2^31 and more read nothing, but the soup they size holds
     // zero corners all the same, and those are welded too.
     const unsigned char zeroCorners[36] = {};
     sink.repeat(zeroCorners, count - visited);
-
-    file.reset();
-    KelpFrame::switchToCLocale();
     std::printf("OpenBinary::read end\n");
-    sink.finish(mesh);
-    return true;
+    return sink.release();
 }
 
 }  // namespace KelpStl

@@ -5,6 +5,8 @@
 #include "io/FileHandle.h"
 #include "stl/StlReaders.h"
 
+#include <memory>
+
 namespace KelpStl {
 
 bool looksBinary(std::FILE* file) {
@@ -20,7 +22,7 @@ bool looksBinary(std::FILE* file) {
     std::fread(countBytes, 1, sizeof countBytes, file);
     std::fread(probe, 1, sizeof probe, file);
 
-    const std::uint32_t count = loadU32(countBytes);
+    const std::uint32_t count = KelpIo::loadLe32(countBytes);
     bool binary = size == count * kRecordBytes + kCountEnd;
     // A byte outside 7-bit ASCII can only make the file binary, never ASCII.
     for (unsigned char byte : probe)
@@ -30,8 +32,29 @@ bool looksBinary(std::FILE* file) {
 
 }  // namespace KelpStl
 
+namespace {
+
+// The binary reader welds as it reads, so once the file opened it always
+// succeeds; the locale goes back to "C" when the triangles have been read.
+bool readBinary(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpFrame::switchToReaderLocale();
+    std::unique_ptr<KelpStl::SoupWelder> welder;
+    {
+        KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
+        if (!file) return false;  // the locale stays switched on this path
+        welder = KelpStl::readBinaryStl(file.get());
+    }
+    KelpFrame::switchToCLocale();
+    welder->finish(mesh);
+    return true;
+}
+
+}  // namespace
+
 namespace KelpGraphic {
 
+// The paths that return with the locale still switched to the reader's are
+// deliberate: a file that cannot be opened, for detection or for reading.
 bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     bool binary;
@@ -43,9 +66,8 @@ bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     }
     KelpFrame::switchToCLocale();
 
-    // The binary reader always succeeds once the file opened, so it welds
-    // as it reads; the ASCII reader may still fail at its last facet.
-    if (binary) return KelpStl::readBinaryStl(path, mesh);
+    if (binary) return readBinary(path, mesh);
+    // The ASCII reader may still fail at its last facet, so it welds after.
     const bool read = KelpStl::readAsciiStl(path, mesh);
     if (read) KelpStl::weldSoup(mesh);
     return read;

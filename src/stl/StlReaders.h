@@ -6,6 +6,8 @@
 
 #include <KelpCore.h>
 
+#include "io/ByteOrder.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -23,12 +25,15 @@ inline constexpr std::uint32_t kRecordBytes = 50;
 // 84 to 211 also means binary. Bytes the file does not have count as 0.
 bool looksBinary(std::FILE* file);
 
-// Both readers keep the mesh's attribute bits. The binary one fails only when
-// the file cannot be opened, and welds while it reads: its result is the soup
-// of the file's triangles as weldSoup would leave it. The ASCII one leaves the
-// unwelded soup, and fails also when a facet's corner does not parse, leaving
-// the mesh as it was.
-bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh);
+class SoupWelder;
+
+// Both readers keep the mesh's attribute bits. The binary one reads every
+// triangle of an open file, printing "OpenBinary::fn=%d" and
+// "OpenBinary::read end", and welds while it reads: finish() on the welder it
+// returns stores the soup of the file's triangles as weldSoup would leave it.
+// The ASCII one leaves the unwelded soup, and fails when the file cannot be
+// opened or a facet's corner does not parse, leaving the mesh as it was.
+std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file);
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // Number of triangles the binary read loop visits for a header count: the loop
@@ -69,25 +74,13 @@ private:
 // (only possible when 3 n wrapped in 32 bits): it names no vertex.
 inline constexpr std::uint32_t kNoVertex = 0xFFFFFFFFu;
 
-// Little-endian loads and stores of the file's numbers.
-inline std::uint32_t loadU32(const unsigned char* bytes) {
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
-inline void storeU32(unsigned char* bytes, std::uint32_t value) {
-    for (int i = 0; i < 4; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
-}
-
 static_assert(sizeof(KelpCore::Vec3f) == 12, "positions are stored as three packed floats");
 
 // Three corners (36 bytes of little-endian floats) into three positions, and back.
 inline void loadCorners(KelpCore::Vec3f* corners, const unsigned char* bytes) {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
     for (int c = 0; c < 3; ++c)
-        for (int a = 0; a < 3; ++a) {
-            const std::uint32_t bits = loadU32(bytes + 12 * c + 4 * a);
-            std::memcpy(&corners[c][a], &bits, 4);
-        }
+        for (int a = 0; a < 3; ++a) corners[c][a] = KelpIo::loadLeFloat(bytes + 12 * c + 4 * a);
 #else
     std::memcpy(corners, bytes, 36);
 #endif
@@ -95,11 +88,7 @@ inline void loadCorners(KelpCore::Vec3f* corners, const unsigned char* bytes) {
 
 inline void storePosition(unsigned char* bytes, const KelpCore::Vec3f& position) {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    for (int a = 0; a < 3; ++a) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &position[a], 4);
-        storeU32(bytes + 4 * a, bits);
-    }
+    for (int a = 0; a < 3; ++a) KelpIo::storeLeFloat(bytes + 4 * a, position[a]);
 #else
     std::memcpy(bytes, &position, 12);
 #endif

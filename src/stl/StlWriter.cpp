@@ -19,7 +19,7 @@ bool KelpWriteStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     // file system fills (zeros on ordinary file systems).
     std::fseek(file.get(), KelpStl::kHeaderBytes, SEEK_SET);
     unsigned char countBytes[4];
-    KelpStl::storeU32(countBytes, mesh->recordedFaceCount);
+    KelpIo::storeLe32(countBytes, mesh->recordedFaceCount);
     std::fwrite(countBytes, 1, sizeof countBytes, file.get());
     if (mesh->faceCount == 0) return true;
 
