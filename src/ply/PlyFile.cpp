@@ -5,12 +5,12 @@
 
 namespace KelpPly {
 
-int plyTypeFromName(const char* token) {
+PlyScalarType plyTypeFromName(const char* token) {
     for (int code = 1; code < kPlyTypeCount; ++code) {
-        if (std::strcmp(token, kPlyTypeNames[code]) == 0) return code;
-        if (std::strcmp(token, kPlyTypeAltNames[code]) == 0) return code;
+        if (std::strcmp(token, kPlyTypeNames[code]) == 0 || std::strcmp(token, kPlyTypeAltNames[code]) == 0)
+            return static_cast<PlyScalarType>(code);
     }
-    return -1;
+    return PlyScalarType::None;
 }
 
 namespace {
@@ -47,25 +47,22 @@ private:
 
 }  // namespace
 
-int PlyFile::open(const char* path) {
+bool PlyFile::open(const char* path) {
     close();
     if (!input.open(path)) {
         lastError = PlyErrorCannotOpen;
-        return -1;
+        return false;
     }
     const int error = parseHeader();
     if (error != PlyErrorNone) {
         lastError = error;
         close();
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
-void PlyFile::close() {
-    input.close();
-    genericRoutine = nullptr;
-}
+void PlyFile::close() { input.close(); }
 
 int PlyFile::parseHeader() {
     std::string line;
@@ -87,11 +84,11 @@ int PlyFile::parseHeader() {
         if (token != "format") return PlyErrorBadFormatLine;
         if (!tokens.next(token)) return PlyErrorMissingLine;
         if (token == "ascii")
-            format = PlyFormatAscii;
+            format = PlyFormat::Ascii;
         else if (token == "binary_big_endian")
-            format = PlyFormatBinaryBigEndian;
+            format = PlyFormat::BinaryBigEndian;
         else if (token == "binary_little_endian")
-            format = PlyFormatBinaryLittleEndian;
+            format = PlyFormat::BinaryLittleEndian;
         else
             return PlyErrorBadFormatLine;
         if (!tokens.next(token)) return PlyErrorMissingLine;
@@ -124,19 +121,18 @@ int PlyFile::parseHeader() {
                 std::string countTypeName, itemTypeName;
                 if (!tokens.next(countTypeName)) return PlyErrorSyntax;
                 property.countType = plyTypeFromName(countTypeName.c_str());
-                if (property.countType < 0) return PlyErrorUnknownType;
+                if (property.countType == PlyScalarType::None) return PlyErrorUnknownType;
                 if (!tokens.next(itemTypeName)) return PlyErrorSyntax;
                 property.type = plyTypeFromName(itemTypeName.c_str());
-                if (property.type < 0) return PlyErrorUnknownType;
-                property.isList = 1;
+                if (property.type == PlyScalarType::None) return PlyErrorUnknownType;
+                property.isList = true;
             } else {
                 property.type = plyTypeFromName(token.c_str());
-                if (property.type < 0) return PlyErrorUnknownType;
+                if (property.type == PlyScalarType::None) return PlyErrorUnknownType;
             }
             if (!tokens.next(property.name)) return PlyErrorSyntax;
             current->properties.push_back(std::move(property));
         } else if (keyword == "end_header") {
-            genericRoutine = format == PlyFormatAscii ? plyGenericAsciiRoutine : plyGenericBinaryRoutine;
             return PlyErrorNone;
         } else {
             return PlyErrorSyntax;
@@ -156,15 +152,15 @@ int PlyFile::findProperty(const PlyElement& element, const std::string& name) {
     return -1;
 }
 
-int PlyFile::requestProperty(const PlyPropertyRequest& request) {
+bool PlyFile::requestProperty(const PlyPropertyRequest& request) {
     const int index = findElement(request.elementName);
     int error = PlyErrorNoSuchElement;
     if (index >= 0) error = checkRequest(elements[static_cast<std::size_t>(index)], request);
     if (error != PlyErrorNone) {
         lastError = error;
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 int PlyFile::checkRequest(PlyElement& element, const PlyPropertyRequest& request) {
@@ -177,14 +173,12 @@ int PlyFile::checkRequest(PlyElement& element, const PlyPropertyRequest& request
         (!isValidRequestType(request.countStoredType) || !isValidRequestType(request.countMemoryType)))
         return PlyErrorBadTypeCode;
     // Only the file's own types are accepted: callers that take several
-    // encodings make several requests.
+    // encodings make several requests. The conversion table allows every
+    // type to itself (PlyTypes.h), so it has nothing left to refuse.
     if (request.isList != property.isList || request.storedType != property.type) return PlyErrorRequestMismatch;
     if (request.isList && request.countStoredType != property.countType) return PlyErrorRequestMismatch;
-    if (!kPlyConversionAllowed[property.type][request.storedType]) return PlyErrorConversionRefused;
-    if (request.isList && !kPlyConversionAllowed[property.countType][request.countStoredType])
-        return PlyErrorConversionRefused;
 
-    property.stored = 1;
+    property.stored = true;
     PlyPropertyRequest& kept = property.request;
     kept.storedType = request.storedType;
     kept.memoryType = request.memoryType;
@@ -213,13 +207,13 @@ void PlyFile::prepareReader(PlyProperty& property) {
     property.routine = choosePlyRoutine(property, format);
 }
 
-int PlyFile::readInstance(unsigned char* record) {
-    if (!selected) return -1;
+bool PlyFile::readInstance(unsigned char* record) {
+    if (!selected) return false;
     for (const PlyProperty& property : selected->properties) {
         // A property without a routine (an unsupported conversion) reads as a failure.
-        if (!property.routine || !property.routine(input, record, property.request)) return -1;
+        if (!property.routine || !property.routine(input, record, property)) return false;
     }
-    return 0;
+    return true;
 }
 
 }  // namespace KelpPly

@@ -15,30 +15,30 @@ namespace KelpPly {
 struct PlyPropertyRequest {
     std::string elementName;
     std::string propertyName;
-    int storedType = PlyTypeNone;  // what the file must declare
-    int memoryType = PlyTypeNone;  // what the value is converted to
-    std::size_t valueOffset = 0;   // items (or the pointer to them) for a list
-    int isList = 0;
-    int allocateList = 0;  // items into a fresh calloc'd buffer, its pointer at valueOffset
-    int countStoredType = PlyTypeNone;
-    int countMemoryType = PlyTypeNone;
+    PlyScalarType storedType = PlyScalarType::None;  // what the file must declare
+    PlyScalarType memoryType = PlyScalarType::None;  // what the value is converted to
+    std::size_t valueOffset = 0;                     // items (or the pointer to them) for a list
+    bool isList = false;
+    bool allocateList = false;  // items into a fresh calloc'd buffer, its pointer at valueOffset
+    PlyScalarType countStoredType = PlyScalarType::None;
+    PlyScalarType countMemoryType = PlyScalarType::None;
     std::size_t countOffset = 0;
-    int format = PlyFormatUnknown;  // filled in when the element is prepared
+    PlyFormat format = PlyFormat::Unknown;  // filled in when the element is prepared
     // For a list written in place: how many items fit at valueOffset. The
     // items of a longer list beyond that are read and dropped.
     int listCapacity = 0;
 };
 
-class PlyInput;
+struct PlyProperty;
 // Reads (or skips) one property of one instance: true on success.
-using PlyReadRoutine = bool (*)(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request);
+using PlyReadRoutine = bool (*)(PlyInput& input, unsigned char* record, const PlyProperty& property);
 
 struct PlyProperty {
     std::string name;
-    int type = PlyTypeNone;  // for a list, the items' type
-    int isList = 0;
-    int countType = PlyTypeNone;
-    int stored = 0;
+    PlyScalarType type = PlyScalarType::None;  // for a list, the items' type
+    bool isList = false;
+    PlyScalarType countType = PlyScalarType::None;
+    bool stored = false;
     PlyPropertyRequest request;  // the accepted request (names not copied)
     PlyReadRoutine routine = nullptr;
 };
@@ -51,12 +51,12 @@ struct PlyElement {
 
 class PlyFile {
 public:
-    // Parses the header; 0 on success, -1 on failure with lastError set.
-    int open(const char* path);
+    // Parses the header; false on failure with lastError set.
+    bool open(const char* path);
     void close();
 
-    // Finds the element by name and applies checkRequest: 0 or -1.
-    int requestProperty(const PlyPropertyRequest& request);
+    // Finds the element by name and applies checkRequest.
+    bool requestProperty(const PlyPropertyRequest& request);
     // The element-level check; returns the error code itself (0 = accepted)
     // and, on success, marks the property stored with the request's options.
     int checkRequest(PlyElement& element, const PlyPropertyRequest& request);
@@ -67,9 +67,9 @@ public:
     // Selects element `index` (none when out of range) and prepares its
     // properties' routines.
     void selectElement(int index);
-    // Reads one instance of the selected element; 0 or -1 at the first
+    // Reads one instance of the selected element; false at the first
     // property that fails. `record` may be null when nothing is stored.
-    int readInstance(unsigned char* record);
+    bool readInstance(unsigned char* record);
 
     // The routine chosen from the request's format, list flag and stored flag.
     void prepareReader(PlyProperty& property);
@@ -79,13 +79,10 @@ public:
     PlyInput input;
     float version = 0.0f;
     int lastError = PlyErrorNone;
-    int format = PlyFormatUnknown;
+    PlyFormat format = PlyFormat::Unknown;
     // Every header line as read; kept within a fixed budget and never parsed again.
     std::string headerText;
     PlyElement* selected = nullptr;
-    // Reads any property, deciding per call from its request; chosen at
-    // "end_header" for the file's encoding.
-    PlyReadRoutine genericRoutine = nullptr;
 
     static constexpr std::size_t kHeaderTextLimit = 4096;
     static constexpr std::size_t kHeaderLineLimit = 510;
@@ -94,9 +91,8 @@ private:
     int parseHeader();
 };
 
-// The routine table of the element data (PlyRoutines.cpp).
-PlyReadRoutine choosePlyRoutine(const PlyProperty& property, int format);
-bool plyGenericAsciiRoutine(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request);
-bool plyGenericBinaryRoutine(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request);
+// The routine table of the element data (PlyRoutines.cpp): null where the
+// property cannot be read (an unsupported conversion).
+PlyReadRoutine choosePlyRoutine(const PlyProperty& property, PlyFormat format);
 
 }  // namespace KelpPly

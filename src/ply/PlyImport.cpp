@@ -1,14 +1,13 @@
-// KelpReadPly: asks the PLY reader for positions, face corners (or strips)
-// and the optional properties it knows, then walks the elements in header
-// order and appends vertices and triangles to the mesh. The common binary
-// layouts are decoded a whole instance at a time (PlyInstanceDecoder.h).
+// The import loop: asks the PLY reader for positions, face corners (or
+// strips) and the optional properties it knows (PlyRequests.h), then walks
+// the elements in header order and appends vertices and triangles to the
+// mesh. The common binary layouts are decoded a whole instance at a time
+// (PlyInstanceDecoder.h).
 #include "ply/PlyImport.h"
-
-#include <KelpFileIO.h>
 
 #include "ply/PlyFile.h"
 #include "ply/PlyInstanceDecoder.h"
-#include "ply/PlyValues.h"
+#include "ply/PlyRequests.h"
 
 #include <algorithm>
 #include <array>
@@ -24,83 +23,6 @@ namespace KelpPly {
 namespace {
 
 using KelpCore::KelpTriMesh;
-
-PlyPropertyRequest scalarRequest(const char* element, const char* name, int type, std::size_t offset) {
-    PlyPropertyRequest r;
-    r.elementName = element;
-    r.propertyName = name;
-    r.storedType = type;
-    r.memoryType = type;
-    r.valueOffset = offset;
-    return r;
-}
-
-PlyPropertyRequest listRequest(const char* element, const char* name, int storedItem, int memoryItem,
-                               std::size_t offset, int storedCount, int memoryCount, std::size_t countOffset,
-                               int capacity) {
-    PlyPropertyRequest r = scalarRequest(element, name, storedItem, offset);
-    r.memoryType = memoryItem;
-    r.isList = 1;
-    r.countStoredType = storedCount;
-    r.countMemoryType = memoryCount;
-    r.countOffset = countOffset;
-    r.listCapacity = capacity;
-    return r;
-}
-
-enum VertexRequestIndex {
-    VertexX, VertexY, VertexZ, VertexFlags, VertexQuality, VertexRed, VertexGreen, VertexBlue,
-    VertexDiffuseRed, VertexDiffuseGreen, VertexDiffuseBlue, VertexConfidence, VertexNx, VertexNy, VertexNz,
-    VertexRequestCount
-};
-
-const PlyPropertyRequest& vertexRequest(int index) {
-    static const std::array<PlyPropertyRequest, VertexRequestCount> table = {
-        scalarRequest("vertex", "x", PlyTypeFloat, offsetof(PlyVertexRecord, x)),
-        scalarRequest("vertex", "y", PlyTypeFloat, offsetof(PlyVertexRecord, y)),
-        scalarRequest("vertex", "z", PlyTypeFloat, offsetof(PlyVertexRecord, z)),
-        scalarRequest("vertex", "flags", PlyTypeInt, offsetof(PlyVertexRecord, flags)),
-        scalarRequest("vertex", "quality", PlyTypeFloat, offsetof(PlyVertexRecord, quality)),
-        scalarRequest("vertex", "red", PlyTypeUchar, offsetof(PlyVertexRecord, red)),
-        scalarRequest("vertex", "green", PlyTypeUchar, offsetof(PlyVertexRecord, green)),
-        scalarRequest("vertex", "blue", PlyTypeUchar, offsetof(PlyVertexRecord, blue)),
-        scalarRequest("vertex", "diffuse_red", PlyTypeUchar, offsetof(PlyVertexRecord, red)),
-        scalarRequest("vertex", "diffuse_green", PlyTypeUchar, offsetof(PlyVertexRecord, green)),
-        scalarRequest("vertex", "diffuse_blue", PlyTypeUchar, offsetof(PlyVertexRecord, blue)),
-        scalarRequest("vertex", "confidence", PlyTypeFloat, offsetof(PlyVertexRecord, quality)),
-        scalarRequest("vertex", "nx", PlyTypeFloat, offsetof(PlyVertexRecord, nx)),
-        scalarRequest("vertex", "ny", PlyTypeFloat, offsetof(PlyVertexRecord, ny)),
-        scalarRequest("vertex", "nz", PlyTypeFloat, offsetof(PlyVertexRecord, nz)),
-    };
-    return table[static_cast<std::size_t>(index)];
-}
-
-// The accepted encodings of face corners, tried in this order.
-std::array<PlyPropertyRequest, 5> faceCornerRequests() {
-    const std::size_t indices = offsetof(PlyFaceRecord, indices);
-    const std::size_t size = offsetof(PlyFaceRecord, size);
-    const int capacity = PlyFaceRecord::kMaxCorners;
-    return {
-        listRequest("face", "vertex_indices", PlyTypeInt, PlyTypeInt, indices, PlyTypeUchar, PlyTypeUchar, size,
-                    capacity),
-        listRequest("face", "vertex_index", PlyTypeInt, PlyTypeInt, indices, PlyTypeUchar, PlyTypeChar, size,
-                    capacity),
-        listRequest("face", "vertex_indices", PlyTypeInt, PlyTypeInt, indices, PlyTypeChar, PlyTypeChar, size,
-                    capacity),
-        listRequest("face", "vertex_index", PlyTypeInt, PlyTypeInt, indices, PlyTypeChar, PlyTypeChar, size,
-                    capacity),
-        listRequest("face", "vertex_indices", PlyTypeUint, PlyTypeInt, indices, PlyTypeUchar, PlyTypeChar, size,
-                    capacity),
-    };
-}
-
-PlyPropertyRequest stripRequest() {
-    PlyPropertyRequest r = listRequest("tristrips", "vertex_indices", PlyTypeInt, PlyTypeInt,
-                                       offsetof(PlyStripRecord, indices), PlyTypeInt, PlyTypeInt,
-                                       offsetof(PlyStripRecord, size), 0);
-    r.allocateList = 1;
-    return r;
-}
 
 // Room for `extra` more entries, growing by at least half so that many small
 // elements append in linear time; returns the spare room after that.
@@ -170,13 +92,13 @@ std::uint64_t instancesThatFit(int declared, std::uint64_t bytesLeft, std::uint6
     return fit < static_cast<std::uint64_t>(declared) ? fit : static_cast<std::uint64_t>(declared);
 }
 
-std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
+std::uint64_t minimalInstanceBytes(const PlyElement& element, PlyFormat format) {
     std::uint64_t bytes = 0;
     for (const PlyProperty& property : element.properties) {
-        if (format == PlyFormatAscii)
+        if (format == PlyFormat::Ascii)
             bytes += 2;  // a digit and a separator
         else
-            bytes += property.isList ? 1 : static_cast<std::uint64_t>(kPlyTypeSizes[property.type]);
+            bytes += property.isList ? 1 : static_cast<std::uint64_t>(plyTypeSize(property.type));
     }
     return bytes;
 }
@@ -252,19 +174,19 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             code = appendInBatches(count, makeVertexRoom(mesh, fit), vertexRoom, [&] {
                 Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
+                    decoded = ply.readInstance(asRecord(vertex)) ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
                 return appendVertex();
             });
         } else if (element.name == "face") {
             const FacePlan plan = planFaces(element, ply.format);
             // Every accepted face has three corners.
-            const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
+            const std::uint64_t faceBytes = ply.format == PlyFormat::Ascii ? 8 : minBytes + 12;
             const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes);
             code = appendInBatches(count, makeFaceRoom(mesh, fit), faceRoom, [&] {
                 Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
                 if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
+                    decoded = ply.readInstance(asRecord(face)) ? Decoded::Ok : Decoded::Failed;
                 if (decoded == Decoded::Failed) return PlyImportBadInstance;
                 return appendFace();
             });
@@ -272,7 +194,7 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             const bool decodes = static_cast<int>(e) == stripIndex;
             for (int n = 0; n < element.count; ++n) {
                 strip = PlyStripRecord{};
-                const bool ok = ply.readInstance(asRecord(strip)) == 0;
+                const bool ok = ply.readInstance(asRecord(strip));
                 const std::unique_ptr<std::int32_t, decltype(&std::free)> owned(strip.indices, &std::free);
                 if (!ok) return PlyImportBadInstance;
                 if (decodes && strip.indices) decodePlyStrip(strip.indices, strip.size, mesh);
@@ -280,41 +202,28 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             strip = PlyStripRecord{};
         } else {
             for (int n = 0; n < element.count; ++n)
-                if (ply.readInstance(nullptr) != 0) return PlyImportBadInstance;
+                if (!ply.readInstance(nullptr)) return PlyImportBadInstance;
         }
         if (code != PlyImportOk) return code;
     }
     return PlyImportOk;
 }
 
-}  // namespace
-
-PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
-    PlyImportResult result;
-    auto fail = [&](int code) {
-        result.code = code;
-        return result;
-    };
-    if (!path || !mesh) return fail(PlyImportNoPath);
-
-    PlyFile ply;
-    if (ply.open(path) != 0) {
-        result.libraryError = ply.lastError;
-        return fail(ply.lastError);
-    }
-
+// Asks for what the importer maps; the importer's code. `stripIndex` becomes
+// the strip element to decode, or -1 when faces were found.
+int requestProperties(PlyFile& ply, int& stripIndex) {
     // Positions: x, y and z of the first "vertex" element, as float.
     const int vertexIndex = ply.findElement("vertex");
     if (vertexIndex < 0) {
-        ply.lastError = result.libraryError = PlyErrorNoSuchElement;
-        return fail(PlyImportNoVertices);
+        ply.lastError = PlyErrorNoSuchElement;
+        return PlyImportNoVertices;
     }
     PlyElement& vertexElement = ply.elements[static_cast<std::size_t>(vertexIndex)];
-    for (int axis = VertexX; axis <= VertexZ; ++axis) {
+    for (PlyVertexRequest axis : {VertexX, VertexY, VertexZ}) {
         const int error = ply.checkRequest(vertexElement, vertexRequest(axis));
         if (error != PlyErrorNone) {
-            ply.lastError = result.libraryError = error;
-            return fail(PlyImportNoVertices);
+            ply.lastError = error;
+            return PlyImportNoVertices;
         }
     }
 
@@ -337,57 +246,47 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
             break;
         }
     }
-    bool haveStrips = false;
-    if (!haveFaces) haveStrips = ply.requestProperty(stripRequest()) == 0;
-    if (!haveFaces && !haveStrips) {
-        result.libraryError = ply.lastError;
-        return fail(PlyImportNoFaces);
-    }
-    const int stripIndex = haveStrips ? ply.findElement("tristrips") : -1;
+    const bool haveStrips = !haveFaces && ply.requestProperty(stripRequest());
+    if (!haveFaces && !haveStrips) return PlyImportNoFaces;
+    stripIndex = haveStrips ? ply.findElement("tristrips") : -1;
 
-    // Optional properties: parsed and dropped, noted in the mask.
-    auto requestVertex = [&](int index) { return ply.checkRequest(vertexElement, vertexRequest(index)) == 0; };
-    if (requestVertex(VertexFlags)) result.attributeMask |= PlyHasVertexFlags;
-    if (requestVertex(VertexNx) && requestVertex(VertexNy) && requestVertex(VertexNz))
-        result.attributeMask |= PlyHasVertexNormal;
+    // Optional properties: parsed and dropped. A colour or normal is asked
+    // for in full only when its first component is there.
+    auto requestVertex = [&](PlyVertexRequest index) {
+        return ply.checkRequest(vertexElement, vertexRequest(index)) == PlyErrorNone;
+    };
+    requestVertex(VertexFlags);
+    if (requestVertex(VertexNx) && requestVertex(VertexNy)) requestVertex(VertexNz);
     if (requestVertex(VertexRed)) {
         requestVertex(VertexGreen);
         requestVertex(VertexBlue);
-        result.attributeMask |= PlyHasVertexColour;
     }
     if (requestVertex(VertexDiffuseRed)) {
         requestVertex(VertexDiffuseGreen);
         requestVertex(VertexDiffuseBlue);
-        result.attributeMask |= PlyHasVertexColour;
     }
-    if (requestFace(scalarRequest("face", "flags", PlyTypeInt, offsetof(PlyFaceRecord, flags))))
-        result.attributeMask |= PlyHasFaceFlags;
-    if (requestFace(scalarRequest("face", "red", PlyTypeUchar, offsetof(PlyFaceRecord, red)))) {
-        requestFace(scalarRequest("face", "green", PlyTypeUchar, offsetof(PlyFaceRecord, green)));
-        requestFace(scalarRequest("face", "blue", PlyTypeUchar, offsetof(PlyFaceRecord, blue)));
-        result.attributeMask |= PlyHasFaceColour;
+    requestFace(faceRequest(FaceFlags));
+    if (requestFace(faceRequest(FaceRed))) {
+        requestFace(faceRequest(FaceGreen));
+        requestFace(faceRequest(FaceBlue));
     }
-    if (requestFace(listRequest("face", "color", PlyTypeFloat, PlyTypeFloat, offsetof(PlyFaceRecord, colour),
-                                PlyTypeUchar, PlyTypeUchar, offsetof(PlyFaceRecord, colourCount),
-                                PlyFaceRecord::kMaxListValues)))
-        result.attributeMask |= PlyHasFaceColourList;
+    requestFace(faceRequest(FaceColourList));
+    return PlyImportOk;
+}
 
+}  // namespace
+
+int importPly(PlyFile& ply, KelpTriMesh& mesh) {
+    int stripIndex = -1;
+    const int code = requestProperties(ply, stripIndex);
+    if (code != PlyImportOk) return code;
     try {
-        result.code = readElements(ply, *mesh, stripIndex);
+        return readElements(ply, mesh, stripIndex);
     } catch (const std::bad_alloc&) {
         // What was appended before stays; the mesh's arrays were made room
         // for ahead of every append, so they agree with its counts.
-        result.code = PlyImportBadInstance;
+        return PlyImportBadInstance;
     }
-    return result;
 }
 
 }  // namespace KelpPly
-
-namespace KelpGraphic {
-
-bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh) {
-    return KelpPly::importPly(path, mesh).code == KelpPly::PlyImportOk;
-}
-
-}  // namespace KelpGraphic

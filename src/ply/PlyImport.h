@@ -19,16 +19,6 @@ enum PlyImportError : int {
     PlyImportNotTriangle = 17,
 };
 
-// Attribute mask bits: which optional properties the file carries.
-enum PlyAttributeBit : std::uint32_t {
-    PlyHasVertexFlags = 0x2,
-    PlyHasVertexColour = 0x4,
-    PlyHasVertexNormal = 0x10,
-    PlyHasFaceFlags = 0x80,
-    PlyHasFaceColour = 0x100,
-    PlyHasFaceColourList = 0x800,
-};
-
 struct PlyVertexRecord {
     float x, y, z;
     float nx, ny, nz;
@@ -58,15 +48,16 @@ struct PlyStripRecord {
     std::int32_t* indices;  // calloc'd by the reader, freed after decoding
 };
 
-struct PlyImportResult {
-    int code = PlyImportOk;
-    int libraryError = 0;
-    std::uint32_t attributeMask = 0;
-};
+class PlyFile;
 
-// Reads `path` into `mesh`, appending; returns the importer's code (0 on
-// success). What was appended before a failure stays.
-PlyImportResult importPly(const char* path, KelpCore::KelpTriMesh* mesh);
+// Reads the elements of `ply`, opened on its header, into `mesh`, appending;
+// returns the importer's code (0 on success). What was appended before a
+// failure stays.
+int importPly(PlyFile& ply, KelpCore::KelpTriMesh& mesh);
+
+// KelpReadPly with the importer's code: the open, then importPly. A header
+// that does not parse gives the reader's own code.
+int readPlyFile(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // Appends the triangles of one strip (-1 restarts it).
 void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpCore::KelpTriMesh& mesh);

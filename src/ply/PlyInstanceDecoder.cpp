@@ -9,9 +9,9 @@ namespace {
 constexpr std::size_t kMaxPlannedInstance = 1 << 16;
 }  // namespace
 
-VertexPlan planVertices(const PlyElement& element, int format) {
+VertexPlan planVertices(const PlyElement& element, PlyFormat format) {
     VertexPlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
+    if (!isBinaryFormat(format)) return plan;
     const std::size_t targets[3] = {offsetof(PlyVertexRecord, x), offsetof(PlyVertexRecord, y),
                                     offsetof(PlyVertexRecord, z)};
     bool found[3] = {false, false, false};
@@ -21,40 +21,40 @@ VertexPlan planVertices(const PlyElement& element, int format) {
             if (zeroMeansFailure(property.type, format)) plan.checks.push_back(plan.size);
             for (int axis = 0; axis < 3; ++axis) {
                 if (property.request.valueOffset == targets[axis]) {
-                    if (property.type != PlyTypeFloat || property.request.memoryType != PlyTypeFloat) return plan;
+                    if (property.type != PlyScalarType::Float || property.request.memoryType != PlyScalarType::Float) return plan;
                     plan.offsets[axis] = plan.size;
                     found[axis] = true;
                 }
             }
         }
-        plan.size += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+        plan.size += static_cast<std::size_t>(plyTypeSize(property.type));
     }
     plan.usable = found[0] && found[1] && found[2] && plan.size <= kMaxPlannedInstance;
     return plan;
 }
 
-FacePlan planFaces(const PlyElement& element, int format) {
+FacePlan planFaces(const PlyElement& element, PlyFormat format) {
     FacePlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
+    if (!isBinaryFormat(format)) return plan;
     bool listSeen = false;
     for (const PlyProperty& property : element.properties) {
         if (!property.routine) return plan;
         if (property.isList) {
             const PlyPropertyRequest& r = property.request;
-            if (listSeen || !property.stored || r.storedType != PlyTypeInt || r.memoryType != PlyTypeInt ||
+            if (listSeen || !property.stored || r.storedType != PlyScalarType::Int || r.memoryType != PlyScalarType::Int ||
                 r.allocateList || r.valueOffset != offsetof(PlyFaceRecord, indices) ||
-                r.countOffset != offsetof(PlyFaceRecord, size) || kPlyTypeSizes[r.countMemoryType] != 1 ||
+                r.countOffset != offsetof(PlyFaceRecord, size) || plyTypeSize(r.countMemoryType) != 1 ||
                 isFloatingType(r.countMemoryType) ||
-                (r.countStoredType != PlyTypeUchar && r.countStoredType != PlyTypeChar))
+                (r.countStoredType != PlyScalarType::Uchar && r.countStoredType != PlyScalarType::Char))
                 return plan;
             listSeen = true;
-            plan.signedCount = r.countStoredType == PlyTypeChar;
+            plan.signedCount = r.countStoredType == PlyScalarType::Char;
             continue;
         }
         std::size_t& cursor = listSeen ? plan.after : plan.before;
         if (property.stored && zeroMeansFailure(property.type, format))
             (listSeen ? plan.checksAfter : plan.checksBefore).push_back(cursor);
-        cursor += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+        cursor += static_cast<std::size_t>(plyTypeSize(property.type));
     }
     plan.usable = listSeen && plan.before + plan.after <= kMaxPlannedInstance;
     return plan;

@@ -5,9 +5,9 @@
 // here, is left to the routines.
 #pragma once
 
+#include "io/ByteOrder.h"
 #include "ply/PlyFile.h"
 #include "ply/PlyImport.h"
-
 #include "ply/PlyValues.h"
 
 #include <cstddef>
@@ -41,25 +41,13 @@ struct FacePlan {
     ZeroChecks checksAfter;
 };
 
-VertexPlan planVertices(const PlyElement& element, int format);
-FacePlan planFaces(const PlyElement& element, int format);
+VertexPlan planVertices(const PlyElement& element, PlyFormat format);
+FacePlan planFaces(const PlyElement& element, PlyFormat format);
 
 // NotHere: the instance is not wholly buffered; nothing was consumed.
 enum class Decoded { Ok, Failed, NotHere };
 
 // The decoders run once per instance and are kept inline.
-inline std::int32_t loadLe32(const unsigned char* bytes) {
-    return static_cast<std::int32_t>(std::uint32_t(bytes[0]) | std::uint32_t(bytes[1]) << 8 |
-                                     std::uint32_t(bytes[2]) << 16 | std::uint32_t(bytes[3]) << 24);
-}
-
-inline float loadLeFloat(const unsigned char* bytes) {
-    const std::uint32_t bits = static_cast<std::uint32_t>(loadLe32(bytes));
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
 inline bool passesZeroChecks(const unsigned char* bytes, const ZeroChecks& checks) {
     for (std::size_t offset : checks)
         if (allZero(bytes + offset, 4)) return false;
@@ -70,9 +58,9 @@ inline Decoded decodeVertex(PlyInput& input, const VertexPlan& plan, PlyVertexRe
     if (!input.ensure(plan.size)) return Decoded::NotHere;
     const unsigned char* bytes = input.data();
     if (!passesZeroChecks(bytes, plan.checks)) return Decoded::Failed;
-    vertex.x = loadLeFloat(bytes + plan.offsets[0]);
-    vertex.y = loadLeFloat(bytes + plan.offsets[1]);
-    vertex.z = loadLeFloat(bytes + plan.offsets[2]);
+    vertex.x = KelpIo::loadLeFloat(bytes + plan.offsets[0]);
+    vertex.y = KelpIo::loadLeFloat(bytes + plan.offsets[1]);
+    vertex.z = KelpIo::loadLeFloat(bytes + plan.offsets[2]);
     input.advance(plan.size);
     return Decoded::Ok;
 }
@@ -99,7 +87,7 @@ inline Decoded decodeFace(PlyInput& input, const FacePlan& plan, PlyFaceRecord& 
         return Decoded::Ok;
     }
 #endif
-    for (std::size_t i = 0; i < items; ++i, item += 4) face.indices[i] = loadLe32(item);
+    for (std::size_t i = 0; i < items; ++i, item += 4) face.indices[i] = static_cast<std::int32_t>(KelpIo::loadLe32(item));
     input.advance(total);
     return Decoded::Ok;
 }

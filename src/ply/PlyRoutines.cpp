@@ -1,9 +1,11 @@
-// The per-property routines of the element data: ASCII readers and skippers,
-// binary readers per (stored type, memory type) pair, binary skippers, and
-// the two generic routines that decide per call.
+// The per-property routines of the element data: ASCII and binary readers
+// and skippers. One reader per encoding and shape converts between whatever
+// types the request names, as it runs; the common binary layouts are mostly
+// decoded a whole instance at a time instead (PlyInstanceDecoder.h).
 #include "ply/PlyFile.h"
 #include "ply/PlyValues.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -44,7 +46,7 @@ bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyProperty
                        std::int64_t count, int itemBytesAtLeast, bool itemsChecked, ReadItem readItem) {
     void* buffer = nullptr;
     if (count > 0) {
-        const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
+        const std::size_t memorySize = static_cast<std::size_t>(plyTypeSize(request.memoryType));
         if (!itemsChecked) {
             buffer = std::calloc(static_cast<std::size_t>(count), memorySize);
             if (!buffer) return false;
@@ -77,7 +79,7 @@ template <typename ReadItem, typename DropItems>
 bool readInPlaceList(unsigned char* record, const PlyPropertyRequest& request, std::int64_t count,
                      ReadItem readItem, DropItems dropItems) {
     const std::int64_t kept = count < request.listCapacity ? count : request.listCapacity;
-    const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
+    const std::size_t memorySize = static_cast<std::size_t>(plyTypeSize(request.memoryType));
     unsigned char* target = record + request.valueOffset;
     for (std::int64_t i = 0; i < kept; ++i, target += memorySize)
         if (!readItem(target)) return false;
@@ -92,27 +94,13 @@ inline bool dropBinaryItems(PlyInput& input, std::uint64_t n, int itemSize, bool
 
 // ---- binary ------------------------------------------------------------
 
-inline bool binaryScalarBody(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request,
-                             int stored, int memory) {
-    if (!record) return false;
-    const int size = kPlyTypeSizes[stored];
-    unsigned char bytes[8] = {};
-    const bool complete = readBytes(input, bytes, size);
-    const bool ok = zeroMeansFailure(stored, request.format) ? !allZero(bytes, size) : complete;
-    // A char read into anything but char is dropped; the destination keeps
-    // what it held.
-    if (stored == PlyTypeChar && memory != PlyTypeChar) return ok;
-    storeNumber(memory, record + request.valueOffset, loadNumber(stored, bytes, request.format));
-    return ok;
-}
-
 // The list count as declared; only the reader of int items stored as int
 // uses it. A count type it does not know reads as a failure.
-inline bool readDeclaredCount(PlyInput& input, int countType, int format, std::int64_t& count) {
-    if (countType != PlyTypeChar && countType != PlyTypeUchar && countType != PlyTypeShort &&
-        countType != PlyTypeInt && countType != PlyTypeUint)
+inline bool readDeclaredCount(PlyInput& input, PlyScalarType countType, PlyFormat format, std::int64_t& count) {
+    if (countType != PlyScalarType::Char && countType != PlyScalarType::Uchar && countType != PlyScalarType::Short &&
+        countType != PlyScalarType::Int && countType != PlyScalarType::Uint)
         return false;
-    const int size = kPlyTypeSizes[countType];
+    const int size = plyTypeSize(countType);
     unsigned char bytes[4] = {};
     const bool complete = readBytes(input, bytes, size);
     const bool ok = zeroMeansFailure(countType, format) ? !allZero(bytes, size) : complete;
@@ -120,11 +108,30 @@ inline bool readDeclaredCount(PlyInput& input, int countType, int format, std::i
     return ok;
 }
 
-inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request, int stored,
-                           int memory, bool countAsDeclared) {
+bool binaryScalar(PlyInput& input, unsigned char* record, const PlyProperty& property) {
+    const PlyPropertyRequest& request = property.request;
     if (!record) return false;
+    const PlyScalarType stored = request.storedType;
+    const int size = plyTypeSize(stored);
+    unsigned char bytes[8] = {};
+    const bool complete = readBytes(input, bytes, size);
+    const bool ok = zeroMeansFailure(stored, request.format) ? !allZero(bytes, size) : complete;
+    // A char read into anything but char is dropped; the destination keeps
+    // what it held.
+    if (stored == PlyScalarType::Char && request.memoryType != PlyScalarType::Char) return ok;
+    storeNumber(request.memoryType, record + request.valueOffset, loadNumber(stored, bytes, request.format));
+    return ok;
+}
+
+bool binaryList(PlyInput& input, unsigned char* record, const PlyProperty& property) {
+    const PlyPropertyRequest& request = property.request;
+    if (!record) return false;
+    const PlyScalarType stored = request.storedType;
+    const PlyScalarType memory = request.memoryType;
+    // The count is one unsigned byte, whatever its declared type, except for
+    // int items stored as int.
     std::int64_t count = 0;
-    if (countAsDeclared) {
+    if (stored == PlyScalarType::Int && memory == PlyScalarType::Int) {
         if (!readDeclaredCount(input, request.countStoredType, request.format, count)) return false;
     } else {
         unsigned char byte = 0;
@@ -133,13 +140,13 @@ inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyProp
     }
     storeCount(request, record, count);
 
-    const int itemSize = kPlyTypeSizes[stored];
+    const int itemSize = plyTypeSize(stored);
     const bool itemsChecked = listItemsChecked(stored, request.format);
     auto readItem = [&](unsigned char* target) {
         unsigned char bytes[8] = {};
         const bool complete = readBytes(input, bytes, itemSize);
         if (itemsChecked && !complete) return false;
-        if (stored == PlyTypeChar && memory != PlyTypeChar) return true;
+        if (stored == PlyScalarType::Char && memory != PlyScalarType::Char) return true;
         storeNumber(memory, target, loadNumber(stored, bytes, request.format));
         return true;
     };
@@ -149,123 +156,55 @@ inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyProp
                            [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
 }
 
-template <int Stored, int Memory>
-bool binaryScalar(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
-    return binaryScalarBody(input, record, request, Stored, Memory);
-}
-
-template <int Stored, int Memory>
-bool binaryList(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
-    return binaryListBody(input, record, request, Stored, Memory, Stored == PlyTypeInt && Memory == PlyTypeInt);
-}
-
-template <int Size>
-bool binarySkip(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
-    return input.skip(Size) == Size;
+bool binarySkip(PlyInput& input, unsigned char*, const PlyProperty& property) {
+    const auto size = static_cast<std::uint64_t>(plyTypeSize(property.type));
+    return input.skip(size) == size;
 }
 
 // One unsigned byte of count, then the items dropped in one read that must
-// return at least one item: an unrequested list of 0 items fails.
-template <int ItemSize>
-bool binaryListSkip(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
+// return at least one item: an unrequested list of 0 items fails. Items of 8
+// bytes are dropped as 4 bytes each: hosts rely on the stream position that
+// gives.
+bool binaryListSkip(PlyInput& input, unsigned char*, const PlyProperty& property) {
+    const std::uint64_t itemSize = std::min(plyTypeSize(property.type), 4);
     unsigned char count = 0;
     readBytes(input, &count, 1);
-    return input.skip(std::uint64_t(count) * ItemSize) >= ItemSize;
-}
-
-template <int Stored>
-PlyReadRoutine binaryScalarFor(int memory) {
-    if (isFloatingType(Stored) && !isFloatingType(memory)) return nullptr;
-    switch (memory) {
-    case 1: return binaryScalar<Stored, 1>;
-    case 2: return binaryScalar<Stored, 2>;
-    case 3: return binaryScalar<Stored, 3>;
-    case 4: return binaryScalar<Stored, 4>;
-    case 5: return binaryScalar<Stored, 5>;
-    case 6: return binaryScalar<Stored, 6>;
-    case 7: return binaryScalar<Stored, 7>;
-    case 8: return binaryScalar<Stored, 8>;
-    default: return nullptr;
-    }
-}
-
-template <int Stored>
-PlyReadRoutine binaryListFor(int memory) {
-    if (isFloatingType(Stored) && !isFloatingType(memory)) return nullptr;
-    switch (memory) {
-    case 1: return binaryList<Stored, 1>;
-    case 2: return binaryList<Stored, 2>;
-    case 3: return binaryList<Stored, 3>;
-    case 4: return binaryList<Stored, 4>;
-    case 5: return binaryList<Stored, 5>;
-    case 6: return binaryList<Stored, 6>;
-    case 7: return binaryList<Stored, 7>;
-    case 8: return binaryList<Stored, 8>;
-    default: return nullptr;
-    }
-}
-
-PlyReadRoutine binaryScalarRoutine(int stored, int memory) {
-    switch (stored) {
-    case 1: return binaryScalarFor<1>(memory);
-    case 2: return binaryScalarFor<2>(memory);
-    case 3: return binaryScalarFor<3>(memory);
-    case 4: return binaryScalarFor<4>(memory);
-    case 5: return binaryScalarFor<5>(memory);
-    case 6: return binaryScalarFor<6>(memory);
-    case 7: return binaryScalarFor<7>(memory);
-    case 8: return binaryScalarFor<8>(memory);
-    default: return nullptr;
-    }
-}
-
-PlyReadRoutine binaryListRoutine(int stored, int memory) {
-    switch (stored) {
-    case 1: return binaryListFor<1>(memory);
-    case 2: return binaryListFor<2>(memory);
-    case 3: return binaryListFor<3>(memory);
-    case 4: return binaryListFor<4>(memory);
-    case 5: return binaryListFor<5>(memory);
-    case 6: return binaryListFor<6>(memory);
-    case 7: return binaryListFor<7>(memory);
-    case 8: return binaryListFor<8>(memory);
-    default: return nullptr;
-    }
+    return input.skip(count * itemSize) >= itemSize;
 }
 
 // ---- ASCII -------------------------------------------------------------
 
 // One value in the declared type's fscanf format, narrowed to that type.
-bool asciiNumber(PlyInput& input, int declaredType, PlyNumber& n) {
+bool asciiNumber(PlyInput& input, PlyScalarType declaredType, PlyNumber& n) {
     switch (declaredType) {
-    case PlyTypeChar:
-    case PlyTypeShort:
-    case PlyTypeInt: {
+    case PlyScalarType::Char:
+    case PlyScalarType::Short:
+    case PlyScalarType::Int: {
         int v = 0;
         if (!input.scanInt(v)) return false;
-        n.integer = declaredType == PlyTypeChar    ? static_cast<std::int8_t>(v)
-                    : declaredType == PlyTypeShort ? static_cast<std::int16_t>(v)
-                                                   : v;
+        n.integer = declaredType == PlyScalarType::Char    ? static_cast<std::int8_t>(v)
+                    : declaredType == PlyScalarType::Short ? static_cast<std::int16_t>(v)
+                                                           : v;
         return true;
     }
-    case PlyTypeUchar:
-    case PlyTypeUshort:
-    case PlyTypeUint: {
+    case PlyScalarType::Uchar:
+    case PlyScalarType::Ushort:
+    case PlyScalarType::Uint: {
         unsigned v = 0;
         if (!input.scanUnsigned(v)) return false;
-        n.integer = declaredType == PlyTypeUchar    ? static_cast<std::uint8_t>(v)
-                    : declaredType == PlyTypeUshort ? static_cast<std::uint16_t>(v)
-                                                    : v;
+        n.integer = declaredType == PlyScalarType::Uchar    ? static_cast<std::uint8_t>(v)
+                    : declaredType == PlyScalarType::Ushort ? static_cast<std::uint16_t>(v)
+                                                            : v;
         return true;
     }
-    case PlyTypeFloat: {
+    case PlyScalarType::Float: {
         float v = 0.0f;
         if (!input.scanFloat(v)) return false;
         n.real = v;
         n.isReal = true;
         return true;
     }
-    case PlyTypeDouble: {
+    case PlyScalarType::Double: {
         double v = 0.0;
         if (!input.scanDouble(v)) return false;
         n.real = v;
@@ -276,7 +215,8 @@ bool asciiNumber(PlyInput& input, int declaredType, PlyNumber& n) {
     }
 }
 
-bool asciiScalar(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
+bool asciiScalar(PlyInput& input, unsigned char* record, const PlyProperty& property) {
+    const PlyPropertyRequest& request = property.request;
     if (!record) return false;
     PlyNumber n;
     if (!asciiNumber(input, request.storedType, n)) return false;
@@ -284,17 +224,19 @@ bool asciiScalar(PlyInput& input, unsigned char* record, const PlyPropertyReques
     return true;
 }
 
-bool asciiSkipInt(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
-    int ignored;
-    return input.scanInt(ignored);
-}
-
-bool asciiSkipFloat(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
+// An unrequested value is read and dropped as "%d" for the integer types and
+// as "%f" for the others.
+bool asciiSkip(PlyInput& input, unsigned char*, const PlyProperty& property) {
+    if (isIntegerType(property.type)) {
+        int ignored;
+        return input.scanInt(ignored);
+    }
     float ignored;
     return input.scanFloat(ignored);
 }
 
-bool asciiList(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
+bool asciiList(PlyInput& input, unsigned char* record, const PlyProperty& property) {
+    const PlyPropertyRequest& request = property.request;
     if (!record) return false;
     int count = 0;
     if (!input.scanInt(count)) return false;
@@ -317,7 +259,7 @@ bool asciiList(PlyInput& input, unsigned char* record, const PlyPropertyRequest&
 }
 
 // The count as an int, then every item dropped as "%f" whatever its type.
-bool asciiListSkip(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
+bool asciiListSkip(PlyInput& input, unsigned char*, const PlyProperty&) {
     int count = 0;
     if (!input.scanInt(count)) return false;
     for (int i = 0; i < count; ++i) {
@@ -327,89 +269,19 @@ bool asciiListSkip(PlyInput& input, unsigned char*, const PlyPropertyRequest&) {
     return true;
 }
 
-PlyReadRoutine binarySkipRoutine(int size) {
-    switch (size) {
-    case 1: return binarySkip<1>;
-    case 2: return binarySkip<2>;
-    case 4: return binarySkip<4>;
-    case 8: return binarySkip<8>;
-    default: return nullptr;
-    }
-}
-
-PlyReadRoutine binaryListSkipRoutine(int itemSize) {
-    switch (itemSize) {
-    case 1: return binaryListSkip<1>;
-    case 2: return binaryListSkip<2>;
-    // Items of 8 bytes are dropped as 4 bytes each: hosts rely on the stream
-    // position that gives.
-    case 4:
-    case 8: return binaryListSkip<4>;
-    default: return nullptr;
-    }
-}
-
 }  // namespace
 
-PlyReadRoutine choosePlyRoutine(const PlyProperty& property, int format) {
-    const PlyPropertyRequest& request = property.request;
-    if (property.type <= PlyTypeNone || property.type >= kPlyTypeCount) return nullptr;
-    if (format == PlyFormatAscii) {
+PlyReadRoutine choosePlyRoutine(const PlyProperty& property, PlyFormat format) {
+    if (!isValidRequestType(property.type)) return nullptr;
+    if (format == PlyFormat::Ascii) {
         if (property.isList) return property.stored ? asciiList : asciiListSkip;
-        if (property.stored) return asciiScalar;
-        if (isIntegerType(property.type)) return asciiSkipInt;
-        return asciiSkipFloat;
+        return property.stored ? asciiScalar : asciiSkip;
     }
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return nullptr;
-    if (property.isList) {
-        if (!property.stored) return binaryListSkipRoutine(kPlyTypeSizes[property.type]);
-        return binaryListRoutine(request.storedType, request.memoryType);
-    }
-    if (!property.stored) return binarySkipRoutine(kPlyTypeSizes[property.type]);
-    return binaryScalarRoutine(request.storedType, request.memoryType);
-}
-
-bool plyGenericAsciiRoutine(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
-    if (!isValidRequestType(request.storedType) || !isValidRequestType(request.memoryType)) return false;
-    if (request.isList) return record ? asciiList(input, record, request) : asciiListSkip(input, record, request);
-    if (record) return asciiScalar(input, record, request);
-    return isIntegerType(request.storedType) ? asciiSkipInt(input, record, request)
-                                             : asciiSkipFloat(input, record, request);
-}
-
-bool plyGenericBinaryRoutine(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request) {
-    const int stored = request.storedType;
-    if (!isValidRequestType(stored) || !isValidRequestType(request.memoryType)) return false;
-    if (!request.isList) {
-        if (!record) return input.skip(static_cast<std::uint64_t>(kPlyTypeSizes[stored])) ==
-                            static_cast<std::uint64_t>(kPlyTypeSizes[stored]);
-        if (isFloatingType(stored) && !isFloatingType(request.memoryType)) return false;
-        return binaryScalarBody(input, record, request, stored, request.memoryType);
-    }
-    // The count by its declared type, short, ushort and uint counts reversed
-    // under binary_little_endian.
-    const int countType = request.countStoredType;
-    if (!isIntegerType(countType)) return false;
-    unsigned char bytes[4] = {};
-    if (!readBytes(input, bytes, kPlyTypeSizes[countType])) return false;
-    const std::int64_t count = loadNumber(countType, bytes, request.format).integer;
-    const int itemSize = kPlyTypeSizes[stored];
-    if (!record) return input.skip(std::uint64_t(count > 0 ? count : 0) * std::uint64_t(itemSize)) ==
-                        std::uint64_t(count > 0 ? count : 0) * std::uint64_t(itemSize);
-    if (isFloatingType(stored) && !isFloatingType(request.memoryType)) return false;
-    storeCount(request, record, count);
-    const int memory = request.memoryType;
-    const bool itemsChecked = listItemsChecked(stored, request.format);
-    auto readItem = [&](unsigned char* target) {
-        unsigned char item[8] = {};
-        if (!readBytes(input, item, itemSize) && itemsChecked) return false;
-        storeNumber(memory, target, loadNumber(stored, item, request.format));
-        return true;
-    };
-    if (request.allocateList)
-        return readAllocatedList(input, record, request, count, itemSize, itemsChecked, readItem);
-    return readInPlaceList(record, request, count, readItem,
-                           [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
+    if (!isBinaryFormat(format)) return nullptr;
+    if (!property.stored) return property.isList ? binaryListSkip : binarySkip;
+    // A floating value has no routine into an integer memory type.
+    if (isFloatingType(property.request.storedType) && !isFloatingType(property.request.memoryType)) return nullptr;
+    return property.isList ? binaryList : binaryScalar;
 }
 
 }  // namespace KelpPly

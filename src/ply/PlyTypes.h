@@ -7,19 +7,18 @@
 
 namespace KelpPly {
 
-// Index into the type tables. Requests carry these codes as plain ints so that
-// an out-of-range code can be reported (PlyErrorBadTypeCode) rather than
-// silently mapped.
-enum PlyScalarType : int {
-    PlyTypeNone = 0,
-    PlyTypeChar = 1,
-    PlyTypeShort = 2,
-    PlyTypeInt = 3,
-    PlyTypeUchar = 4,
-    PlyTypeUshort = 5,
-    PlyTypeUint = 6,
-    PlyTypeFloat = 7,
-    PlyTypeDouble = 8,
+// Index into the type tables (plyTypeIndex). Requests may carry a code
+// outside 1..8, which is reported (PlyErrorBadTypeCode) rather than mapped.
+enum class PlyScalarType : int {
+    None = 0,
+    Char = 1,
+    Short = 2,
+    Int = 3,
+    Uchar = 4,
+    Ushort = 5,
+    Uint = 6,
+    Float = 7,
+    Double = 8,
 };
 
 inline constexpr int kPlyTypeCount = 9;
@@ -43,17 +42,39 @@ inline constexpr unsigned char kPlyConversionAllowed[kPlyTypeCount][kPlyTypeCoun
     {0, 0, 0, 0, 0, 0, 0, 1, 1},  // double
 };
 
-inline constexpr bool isValidRequestType(int code) { return code >= 1 && code <= 8; }
-inline constexpr bool isSignedIntegerType(int code) { return code >= 1 && code <= 3; }
-inline constexpr bool isIntegerType(int code) { return code >= 1 && code <= 6; }
-inline constexpr bool isFloatingType(int code) { return code == 7 || code == 8; }
+// A request must name the file's own type, and the table lets every type
+// convert to itself: the table never refuses a request that got that far.
+constexpr bool everyTypeConvertsToItself() {
+    for (int code = 1; code < kPlyTypeCount; ++code)
+        if (!kPlyConversionAllowed[code][code]) return false;
+    return true;
+}
+static_assert(everyTypeConvertsToItself(), "requests are checked against the file's own types only");
 
-enum PlyFormat : int {
-    PlyFormatUnknown = 0,
-    PlyFormatAscii = 1,
-    PlyFormatBinaryLittleEndian = 2,
-    PlyFormatBinaryBigEndian = 3,
+// The row of a code in the tables; only for codes in 0..8.
+inline constexpr int plyTypeIndex(PlyScalarType type) { return static_cast<int>(type); }
+inline constexpr int plyTypeSize(PlyScalarType type) { return kPlyTypeSizes[plyTypeIndex(type)]; }
+
+inline constexpr bool isValidRequestType(PlyScalarType type) {
+    return plyTypeIndex(type) >= 1 && plyTypeIndex(type) <= 8;
+}
+inline constexpr bool isIntegerType(PlyScalarType type) {
+    return plyTypeIndex(type) >= 1 && plyTypeIndex(type) <= 6;
+}
+inline constexpr bool isFloatingType(PlyScalarType type) {
+    return type == PlyScalarType::Float || type == PlyScalarType::Double;
+}
+
+enum class PlyFormat : int {
+    Unknown = 0,
+    Ascii = 1,
+    BinaryLittleEndian = 2,
+    BinaryBigEndian = 3,
 };
+
+inline constexpr bool isBinaryFormat(PlyFormat format) {
+    return format == PlyFormat::BinaryLittleEndian || format == PlyFormat::BinaryBigEndian;
+}
 
 enum PlyError : int {
     PlyErrorNone = 0,
@@ -68,12 +89,12 @@ enum PlyError : int {
     PlyErrorNoSuchProperty = 9,
     PlyErrorBadTypeCode = 10,
     PlyErrorRequestMismatch = 11,
-    PlyErrorConversionRefused = 12,
+    PlyErrorConversionRefused = 12,  // never given: see checkRequest
 };
 
 // Type-name lookup of the header: codes 1..8 in order, first name then the
-// alternative, exact and case-sensitive. "none" is never accepted; -1 when
+// alternative, exact and case-sensitive. "none" is never accepted: None when
 // nothing matches.
-int plyTypeFromName(const char* token);
+PlyScalarType plyTypeFromName(const char* token);
 
 }  // namespace KelpPly

@@ -34,20 +34,20 @@ struct PlyNumber {
     bool isReal = false;
 };
 
-inline bool bytesReversed(int declaredType, int format) {
-    return format == PlyFormatBinaryLittleEndian &&
-           (declaredType == PlyTypeShort || declaredType == PlyTypeUshort || declaredType == PlyTypeUint);
+inline bool bytesReversed(PlyScalarType declaredType, PlyFormat format) {
+    return format == PlyFormat::BinaryLittleEndian &&
+           (declaredType == PlyScalarType::Short || declaredType == PlyScalarType::Ushort || declaredType == PlyScalarType::Uint);
 }
 
 // Whether the stricter "not all zero" success rule applies to a scalar.
-inline bool zeroMeansFailure(int declaredType, int format) {
-    return format == PlyFormatBinaryBigEndian && (declaredType == PlyTypeInt || declaredType == PlyTypeFloat);
+inline bool zeroMeansFailure(PlyScalarType declaredType, PlyFormat format) {
+    return format == PlyFormat::BinaryBigEndian && (declaredType == PlyScalarType::Int || declaredType == PlyScalarType::Float);
 }
 
 // Whether a short read of a list item fails the list: under binary_big_endian
 // int and float items are not checked at all.
-inline bool listItemsChecked(int declaredType, int format) {
-    return !(format == PlyFormatBinaryBigEndian && (declaredType == PlyTypeInt || declaredType == PlyTypeFloat));
+inline bool listItemsChecked(PlyScalarType declaredType, PlyFormat format) {
+    return !(format == PlyFormat::BinaryBigEndian && (declaredType == PlyScalarType::Int || declaredType == PlyScalarType::Float));
 }
 
 inline bool allZero(const unsigned char* bytes, int size) {
@@ -65,18 +65,18 @@ inline std::uint64_t assemble(const unsigned char* bytes, int size, bool reverse
     return bits;
 }
 
-inline PlyNumber loadNumber(int declaredType, const unsigned char* bytes, int format) {
-    const int size = kPlyTypeSizes[declaredType];
+inline PlyNumber loadNumber(PlyScalarType declaredType, const unsigned char* bytes, PlyFormat format) {
+    const int size = plyTypeSize(declaredType);
     const std::uint64_t bits = assemble(bytes, size, bytesReversed(declaredType, format));
     PlyNumber n;
     switch (declaredType) {
-    case PlyTypeChar: n.integer = static_cast<std::int8_t>(bits); break;
-    case PlyTypeShort: n.integer = static_cast<std::int16_t>(bits); break;
-    case PlyTypeInt: n.integer = static_cast<std::int32_t>(bits); break;
-    case PlyTypeUchar:
-    case PlyTypeUshort:
-    case PlyTypeUint: n.integer = static_cast<std::int64_t>(bits); break;
-    case PlyTypeFloat: {
+    case PlyScalarType::Char: n.integer = static_cast<std::int8_t>(bits); break;
+    case PlyScalarType::Short: n.integer = static_cast<std::int16_t>(bits); break;
+    case PlyScalarType::Int: n.integer = static_cast<std::int32_t>(bits); break;
+    case PlyScalarType::Uchar:
+    case PlyScalarType::Ushort:
+    case PlyScalarType::Uint: n.integer = static_cast<std::int64_t>(bits); break;
+    case PlyScalarType::Float: {
         const std::uint32_t word = static_cast<std::uint32_t>(bits);
         float f;
         std::memcpy(&f, &word, sizeof f);
@@ -84,7 +84,7 @@ inline PlyNumber loadNumber(int declaredType, const unsigned char* bytes, int fo
         n.isReal = true;
         break;
     }
-    case PlyTypeDouble: {
+    case PlyScalarType::Double: {
         double d;
         std::memcpy(&d, &bits, sizeof d);
         n.real = d;
@@ -105,16 +105,16 @@ inline std::int64_t realToInteger(double value) {
 
 // Stores `n` converted to `memoryType` at `target` (machine order). Memory
 // types 1/4, 2/5 and 3/6 share a store: the value's low bytes.
-inline void storeNumber(int memoryType, unsigned char* target, const PlyNumber& n) {
+inline void storeNumber(PlyScalarType memoryType, unsigned char* target, const PlyNumber& n) {
     switch (memoryType) {
-    case PlyTypeChar:
-    case PlyTypeUchar:
-    case PlyTypeShort:
-    case PlyTypeUshort:
-    case PlyTypeInt:
-    case PlyTypeUint: {
+    case PlyScalarType::Char:
+    case PlyScalarType::Uchar:
+    case PlyScalarType::Short:
+    case PlyScalarType::Ushort:
+    case PlyScalarType::Int:
+    case PlyScalarType::Uint: {
         const std::int64_t value = n.isReal ? realToInteger(n.real) : n.integer;
-        const int size = kPlyTypeSizes[memoryType];
+        const int size = plyTypeSize(memoryType);
         if (size == 1) {
             const std::uint8_t v = static_cast<std::uint8_t>(value);
             std::memcpy(target, &v, 1);
@@ -127,12 +127,12 @@ inline void storeNumber(int memoryType, unsigned char* target, const PlyNumber& 
         }
         break;
     }
-    case PlyTypeFloat: {
+    case PlyScalarType::Float: {
         const float v = n.isReal ? static_cast<float>(n.real) : static_cast<float>(n.integer);
         std::memcpy(target, &v, sizeof v);
         break;
     }
-    case PlyTypeDouble: {
+    case PlyScalarType::Double: {
         const double v = n.isReal ? n.real : static_cast<double>(n.integer);
         std::memcpy(target, &v, sizeof v);
         break;

@@ -26,21 +26,22 @@ protected:
         const std::string path = dir.file("d.ply");
         KelpTest::writeFile(path, header(format, "element e 1\n" + properties) + body);
         ply = PlyFile();
-        ASSERT_EQ(ply.open(path.c_str()), 0);
+        ASSERT_TRUE(ply.open(path.c_str()));
     }
 
-    int request(const char* name, int stored, int memory, std::size_t offset) {
+    bool request(const char* name, PlyScalarType stored, PlyScalarType memory, std::size_t offset) {
         return ply.requestProperty({"e", name, stored, memory, offset});
     }
 
     // List "v": its count as an int at 0, its items from 16 with room for three.
-    int requestList(int stored, int memory, int countStored) {
-        return ply.requestProperty({"e", "v", stored, memory, 16, 1, 0, countStored, PlyTypeInt, 0, 0, 3});
+    bool requestList(PlyScalarType stored, PlyScalarType memory, PlyScalarType countStored) {
+        return ply.requestProperty(
+            {"e", "v", stored, memory, 16, true, false, countStored, PlyScalarType::Int, 0, PlyFormat::Unknown, 3});
     }
 
     bool readOne() {
         ply.selectElement(0);
-        return ply.readInstance(record) == 0;
+        return ply.readInstance(record);
     }
 
     template <typename T>
@@ -86,20 +87,20 @@ TEST_F(PlyData, BinaryScalarsFollowTheByteOrderAndSuccessTable) {
             Bytes body;
             for (unsigned b : bytes) body.u8(b);
             open(format, std::string("property ") + name + " v\n", body.data);
-            const int type = plyTypeFromName(name);
+            const PlyScalarType type = plyTypeFromName(name);
             // Char reads only into char; everything else is checked through double.
-            ASSERT_EQ(request("v", type, type == PlyTypeChar ? PlyTypeChar : PlyTypeDouble, 8), 0);
+            ASSERT_TRUE(request("v", type, type == PlyScalarType::Char ? PlyScalarType::Char : PlyScalarType::Double, 8));
             EXPECT_EQ(readOne(), expected.has_value());
-            if (expected) { EXPECT_EQ(type == PlyTypeChar ? at<std::int8_t>(8) : at<double>(8), *expected); }
+            if (expected) { EXPECT_EQ(type == PlyScalarType::Char ? at<std::int8_t>(8) : at<double>(8), *expected); }
         }
     }
 }
 
 TEST_F(PlyData, CharIntoOtherTypesIsDroppedAndNarrowingKeepsTheLowBytes) {
     open(kLE, "property char a\nproperty int b\nproperty float c\n", Bytes().u8(0x80).i32(0x12345678).f32(2).data);
-    ASSERT_EQ(request("a", PlyTypeChar, PlyTypeInt, 0), 0);
-    ASSERT_EQ(request("b", PlyTypeInt, PlyTypeUshort, 4), 0);
-    ASSERT_EQ(request("c", PlyTypeFloat, PlyTypeInt, 8), 0);
+    ASSERT_TRUE(request("a", PlyScalarType::Char, PlyScalarType::Int, 0));
+    ASSERT_TRUE(request("b", PlyScalarType::Int, PlyScalarType::Ushort, 4));
+    ASSERT_TRUE(request("c", PlyScalarType::Float, PlyScalarType::Int, 8));
     EXPECT_FALSE(readOne());  // a pair without a binary routine reads as a failure
     EXPECT_EQ(at<std::uint32_t>(0), 0xAAAAAAAAu);
     EXPECT_EQ(at<std::uint32_t>(4), 0xAAAA5678u);
@@ -108,7 +109,7 @@ TEST_F(PlyData, CharIntoOtherTypesIsDroppedAndNarrowingKeepsTheLowBytes) {
 struct ListRow {
     const char* format;
     const char* declaration;  // count type and item type
-    int memoryType;
+    PlyScalarType memoryType;
     Bytes body;
     bool ok;
     std::int32_t count;
@@ -118,31 +119,31 @@ struct ListRow {
 TEST_F(PlyData, BinaryListsReadTheirCountAsOneByteExceptForIntItemsAsInt) {
     const std::uint32_t untouched = 0xAAAAAAAAu;
     const std::vector<ListRow> rows = {
-        {kLE, "int float", PlyTypeFloat, Bytes().u8(2).u8(0).u8(0).u8(0x80).u8(0x3F).f32(2), true, 2, 0x3F800000},
-        {kLE, "int int", PlyTypeInt, Bytes().i32(2).i32(1).i32(5), true, 2, 1},
-        {kLE, "int int", PlyTypeUint, Bytes().i32(2).i32(1).i32(5), true, 2, 0x01000000},
-        {kLE, "char int", PlyTypeInt, Bytes().u8(0xFF), true, -1, untouched},  // signed count
-        {kLE, "short int", PlyTypeInt, Bytes().u8(0).u8(1).i32(9), true, 1, 9},
-        {kBE, "short int", PlyTypeInt, Bytes().u8(1).u8(0).i32(9), true, 1, 9},
-        {kBE, "int int", PlyTypeInt, Bytes().i32(0), false, 0, 0},  // zero int count
-        {kLE, "int int", PlyTypeInt, Bytes().i32(0), true, 0, untouched},
-        {kLE, "uchar uint", PlyTypeInt, Bytes().u8(1).u8(0).u8(0).u8(0).u8(7), true, 1, 7},
+        {kLE, "int float", PlyScalarType::Float, Bytes().u8(2).u8(0).u8(0).u8(0x80).u8(0x3F).f32(2), true, 2, 0x3F800000},
+        {kLE, "int int", PlyScalarType::Int, Bytes().i32(2).i32(1).i32(5), true, 2, 1},
+        {kLE, "int int", PlyScalarType::Uint, Bytes().i32(2).i32(1).i32(5), true, 2, 0x01000000},
+        {kLE, "char int", PlyScalarType::Int, Bytes().u8(0xFF), true, -1, untouched},  // signed count
+        {kLE, "short int", PlyScalarType::Int, Bytes().u8(0).u8(1).i32(9), true, 1, 9},
+        {kBE, "short int", PlyScalarType::Int, Bytes().u8(1).u8(0).i32(9), true, 1, 9},
+        {kBE, "int int", PlyScalarType::Int, Bytes().i32(0), false, 0, 0},  // zero int count
+        {kLE, "int int", PlyScalarType::Int, Bytes().i32(0), true, 0, untouched},
+        {kLE, "uchar uint", PlyScalarType::Int, Bytes().u8(1).u8(0).u8(0).u8(0).u8(7), true, 1, 7},
         // Int and float items are not checked under big endian: a short list passes.
-        {kBE, "uchar int", PlyTypeInt, Bytes().u8(3).i32(4), true, 3, 4},
-        {kBE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), true, 3, 4},
-        {kLE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), false, 0, 0},
-        {kBE, "uchar short", PlyTypeShort, Bytes().u8(2).u8(0).u8(1), false, 0, 0},
-        {kLE, "uchar char", PlyTypeInt, Bytes().u8(2).u8(5).u8(6), true, 2, untouched},  // char items dropped
+        {kBE, "uchar int", PlyScalarType::Int, Bytes().u8(3).i32(4), true, 3, 4},
+        {kBE, "uchar float", PlyScalarType::Float, Bytes().u8(3).i32(4), true, 3, 4},
+        {kLE, "uchar float", PlyScalarType::Float, Bytes().u8(3).i32(4), false, 0, 0},
+        {kBE, "uchar short", PlyScalarType::Short, Bytes().u8(2).u8(0).u8(1), false, 0, 0},
+        {kLE, "uchar char", PlyScalarType::Int, Bytes().u8(2).u8(5).u8(6), true, 2, untouched},  // char items dropped
         // Lists written in place keep what fits the room the caller gave; the rest must still be there.
-        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).i32(4), true, 4, 1},
-        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).u8(4), false, 0, 0},
-        {kBE, "uchar int", PlyTypeInt, Bytes().u8(9).i32(1).i32(2).i32(3).u8(4), true, 9, 1},
+        {kLE, "uchar int", PlyScalarType::Int, Bytes().u8(4).i32(1).i32(2).i32(3).i32(4), true, 4, 1},
+        {kLE, "uchar int", PlyScalarType::Int, Bytes().u8(4).i32(1).i32(2).i32(3).u8(4), false, 0, 0},
+        {kBE, "uchar int", PlyScalarType::Int, Bytes().u8(9).i32(1).i32(2).i32(3).u8(4), true, 9, 1},
     };
     for (const ListRow& row : rows) {
         SCOPED_TRACE(testing::Message() << row.format << " list " << row.declaration);
         open(row.format, std::string("property list ") + row.declaration + " v\n", row.body.data);
         const PlyProperty& declared = ply.elements[0].properties[0];
-        ASSERT_EQ(requestList(declared.type, row.memoryType, declared.countType), 0);
+        ASSERT_TRUE(requestList(declared.type, row.memoryType, declared.countType));
         EXPECT_EQ(readOne(), row.ok);
         if (row.ok) { EXPECT_EQ(at<std::int32_t>(0), row.count); }
         if (row.ok || row.firstItem == untouched) { EXPECT_EQ(at<std::uint32_t>(16), row.firstItem); }
@@ -166,26 +167,26 @@ TEST_F(PlyData, SkippersKeepTheStreamInStep) {
     for (const auto& [format, properties, body, m] : rows) {
         SCOPED_TRACE(properties);
         open(format, properties + "property uchar m\n", body);
-        ASSERT_EQ(request("m", PlyTypeUchar, PlyTypeUchar, 0), 0);
+        ASSERT_TRUE(request("m", PlyScalarType::Uchar, PlyScalarType::Uchar, 0));
         EXPECT_EQ(readOne(), m >= 0);
         if (m >= 0) { EXPECT_EQ(record[0], m); }
     }
 }
 
 TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
-    const std::vector<std::tuple<const char*, const char*, int, double>> rows = {
-        {"char", "200", PlyTypeInt, -56},
-        {"uchar", "\n 300", PlyTypeInt, 44},
-        {"uint", "-1", PlyTypeDouble, 4294967295.0},
-        {"int", "4294967301", PlyTypeInt, 5},  // the C library keeps the low bits
-        {"float", "-2.75", PlyTypeInt, -2},    // any pair converts by value
+    const std::vector<std::tuple<const char*, const char*, PlyScalarType, double>> rows = {
+        {"char", "200", PlyScalarType::Int, -56},
+        {"uchar", "\n 300", PlyScalarType::Int, 44},
+        {"uint", "-1", PlyScalarType::Double, 4294967295.0},
+        {"int", "4294967301", PlyScalarType::Int, 5},  // the C library keeps the low bits
+        {"float", "-2.75", PlyScalarType::Int, -2},    // any pair converts by value
     };
     for (const auto& [type, text, memory, expected] : rows) {
         SCOPED_TRACE(type);
         open("ascii", std::string("property ") + type + " v\n", text);
-        ASSERT_EQ(request("v", plyTypeFromName(type), memory, 0), 0);
+        ASSERT_TRUE(request("v", plyTypeFromName(type), memory, 0));
         ASSERT_TRUE(readOne());
-        EXPECT_EQ(memory == PlyTypeInt ? at<std::int32_t>(0) : at<double>(0), expected);
+        EXPECT_EQ(memory == PlyScalarType::Int ? at<std::int32_t>(0) : at<double>(0), expected);
     }
 }
 

@@ -16,7 +16,7 @@ protected:
         const std::string path = dir.file("h.ply");
         KelpTest::writeFile(path, text);
         ply = PlyFile();
-        return ply.open(path.c_str()) == 0 ? 0 : ply.lastError;
+        return ply.open(path.c_str()) ? 0 : ply.lastError;
     }
 
     KelpTest::TempDir dir;
@@ -54,7 +54,7 @@ TEST_F(PlyHeader, ErrorCodes) {
         {header("ascii", "comment " + std::string(501, 'a') + "\n"), 0},
     };
     for (const auto& [text, code] : cases) EXPECT_EQ(open(text), code) << text.substr(0, 80);
-    EXPECT_EQ(ply.open(dir.file("missing.ply").c_str()), -1);
+    EXPECT_FALSE(ply.open(dir.file("missing.ply").c_str()));
     EXPECT_EQ(ply.lastError, 1);
 }
 
@@ -63,7 +63,7 @@ TEST_F(PlyHeader, FormatCommentsAndBoundedText) {
                    "element v abc extra\ncomment\nend_header\n"),
               0);
     EXPECT_EQ(ply.comments, (std::vector<std::string>{"made by hand\n", " two spaces\r\n", ""}));
-    EXPECT_EQ(ply.format, PlyFormatBinaryBigEndian);
+    EXPECT_EQ(ply.format, PlyFormat::BinaryBigEndian);
     EXPECT_FLOAT_EQ(ply.version, 2.5f);
     EXPECT_EQ(ply.elements.at(0).count, 0);  // non-numeric count
 
@@ -78,7 +78,8 @@ TEST_F(PlyHeader, RequestsMustNameTheFileTypesExactly) {
     ASSERT_EQ(open(header("ascii", "element vertex 1\nproperty double x\nproperty float y\n"
                                    "element face 1\nproperty list uchar int vertex_indices\n")),
               0);
-    const int F = PlyTypeFloat, D = PlyTypeDouble, I = PlyTypeInt, UC = PlyTypeUchar;
+    const PlyScalarType F = PlyScalarType::Float, D = PlyScalarType::Double, I = PlyScalarType::Int,
+                        UC = PlyScalarType::Uchar, N = PlyScalarType::None, Nine = static_cast<PlyScalarType>(9);
     const char* indices = "vertex_indices";
     // element, property, stored type, memory type, offset, list, allocate, count stored and memory type
     const std::vector<std::pair<PlyPropertyRequest, int>> cases = {
@@ -86,26 +87,26 @@ TEST_F(PlyHeader, RequestsMustNameTheFileTypesExactly) {
         {{"vertex", "y", F, D, 8}, 0},
         {{"vertex", "nope", F, F, 8}, 9},
         {{"edge", "y", F, F, 8}, 8},
-        {{"vertex", "y", 0, F, 8}, 10},
-        {{"vertex", "y", F, 9, 8}, 10},
+        {{"vertex", "y", N, F, 8}, 10},
+        {{"vertex", "y", F, Nine, 8}, 10},
         {{"face", indices, I, I, 8}, 11},  // list flag differs
-        {{"face", indices, I, I, 8, 1, 0, PlyTypeChar, UC}, 11},  // count type differs
-        {{"face", indices, I, I, 8, 1, 0, 0, UC}, 10},
-        {{"face", indices, I, I, 8, 1, 0, UC, 0}, 10},
-        {{"face", indices, PlyTypeUint, I, 8, 1, 0, UC, UC}, 11},
-        {{"face", indices, I, I, 8, 1, 0, UC, UC}, 0},
+        {{"face", indices, I, I, 8, true, false, PlyScalarType::Char, UC}, 11},  // count type differs
+        {{"face", indices, I, I, 8, true, false, N, UC}, 10},
+        {{"face", indices, I, I, 8, true, false, UC, N}, 10},
+        {{"face", indices, PlyScalarType::Uint, I, 8, true, false, UC, UC}, 11},
+        {{"face", indices, I, I, 8, true, false, UC, UC}, 0},
     };
     for (const auto& [request, code] : cases) {
         SCOPED_TRACE(request.elementName + "." + request.propertyName);
-        EXPECT_EQ(ply.requestProperty(request), code == 0 ? 0 : -1);
+        EXPECT_EQ(ply.requestProperty(request), code == 0);
         if (code != 0) { EXPECT_EQ(ply.lastError, code); }
     }
     EXPECT_EQ(ply.lastError, 11);  // a success does not reset the last error
     const PlyProperty& y = ply.elements[0].properties[1];
-    EXPECT_EQ(y.stored, 1);
-    EXPECT_EQ(y.request.memoryType, PlyTypeDouble);
+    EXPECT_TRUE(y.stored);
+    EXPECT_EQ(y.request.memoryType, PlyScalarType::Double);
     EXPECT_TRUE(y.request.propertyName.empty());  // names are not copied
-    EXPECT_EQ(ply.elements[0].properties[0].stored, 0);
+    EXPECT_FALSE(ply.elements[0].properties[0].stored);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ protected:
         const std::string path = dir.file("m.ply");
         KelpTest::writeFile(path, bytes);
         mesh = KelpTriMesh();
-        const int code = KelpPly::importPly(path.c_str(), &mesh).code;
+        const int code = KelpPly::readPlyFile(path.c_str(), &mesh);
         EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
         EXPECT_EQ(mesh.vertexFlags.size(), mesh.vertices.size());
         EXPECT_EQ(mesh.faceCount, mesh.faces.size());
@@ -256,7 +256,7 @@ TEST_F(PlyImport, OutputBeyondTheMeshCountsFails) {
                                   kFourVerticesText + "3 0 1 2\n");
     mesh = KelpTriMesh();
     mesh.vertexCount = 0xFFFFFFFFu - 2147483646u - 4u;  // room for the file's own vertices and no more
-    EXPECT_EQ(KelpPly::importPly(path.c_str(), &mesh).code, KelpPly::PlyImportBadInstance);
+    EXPECT_EQ(KelpPly::readPlyFile(path.c_str(), &mesh), KelpPly::PlyImportBadInstance);
     EXPECT_EQ(mesh.vertices.size(), 4u);
     EXPECT_EQ(mesh.vertexFlags.size(), 4u);
     EXPECT_EQ(mesh.faces.size(), 1u);
