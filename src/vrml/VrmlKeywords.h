@@ -141,14 +141,6 @@ enum VrmlKeyword : int {
     kFalse = 1136,
 };
 
-struct VrmlKeywordRow {
-    const char* text;
-    int code;
-};
-
-// The table in lookup order (read-only view for tests).
-const VrmlKeywordRow* vrmlKeywordTable(std::size_t* rows);
-
 // The code of the first row whose text equals `text`, or 1021 (identifier).
 int lookupVrmlKeyword(const char* text, std::size_t length);
 

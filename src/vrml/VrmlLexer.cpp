@@ -140,7 +140,7 @@ void VrmlReader::close() {
     bufferPos_ = bufferLength_ = 0;
 }
 
-int VrmlReader::open(const char* path) {
+bool VrmlReader::open(const char* path) {
     close();
     releaseScene();
     line_ = 1;
@@ -153,7 +153,7 @@ int VrmlReader::open(const char* path) {
     if (!file_) {
         errorBuffer_ = formatText("cannot open vrml file %s", path);
         errorText_ = errorBuffer_.c_str();
-        return 0;
+        return false;
     }
     int code;
     do code = readRawToken(*lookAhead_);
@@ -161,9 +161,9 @@ int VrmlReader::open(const char* path) {
     if (code < 0) {
         errorBuffer_ = formatText("vrml file %s has invalid content", path);
         errorText_ = errorBuffer_.c_str();
-        return 0;
+        return false;
     }
-    return 1;
+    return true;
 }
 
 int VrmlReader::nextToken() {
@@ -184,13 +184,13 @@ void VrmlReader::setErrorWithLine(const char* message) {
     errorText_ = errorBuffer_.c_str();
 }
 
-int VrmlReader::expectOpenBrace() {
+bool VrmlReader::expectOpenBrace() {
     const int code = nextToken();
-    if (code < 0) return 0;
-    if (code == '{') return 1;
+    if (code < 0) return false;
+    if (code == '{') return true;
     errorBuffer_ = formatText("file \"%s\" line %d: '%c'", path_.c_str(), line_, '{');
     errorText_ = errorBuffer_.c_str();
-    return 0;
+    return false;
 }
 
 int VrmlReader::readRawToken(VrmlToken& token) {

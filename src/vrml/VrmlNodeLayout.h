@@ -2,6 +2,7 @@
 // has, how each field's value is read, and the defaults a node starts from.
 #pragma once
 
+#include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 
 #include <cstdint>
@@ -47,8 +48,8 @@ struct VrmlNodeLayout {
 };
 
 // Keyword codes run from the first to the last of these.
-inline constexpr int kFirstKeyword = 1000;
-inline constexpr int kLastKeyword = 1136;
+inline constexpr int kFirstKeyword = kSeparator;
+inline constexpr int kLastKeyword = kFalse;
 
 // The layout of a node keyword that has a parser, or null.
 const VrmlNodeLayout* nodeLayoutFor(int code);

@@ -206,8 +206,6 @@ VrmlNode* VrmlReader::storeCompletedNode(VrmlNode& node, bool defSeen) {
         VrmlDefEntry& entry = defEntries_.emplace_back();
         std::memcpy(entry.name, record->name, sizeof entry.name);
         entry.node = record;
-        entry.next = defHead_;
-        defHead_ = &entry;
         defIndex_[std::string_view(entry.name)] = &entry;
     }
     return record;
@@ -250,7 +248,6 @@ ParseStep VrmlReader::startNode(VrmlParseFrame& frame, bool nested) {
 void VrmlReader::releaseScene() {
     decltype(defIndex_)().swap(defIndex_);
     std::deque<VrmlDefEntry>().swap(defEntries_);
-    defHead_ = nullptr;
     std::vector<std::unique_ptr<VrmlNode>>().swap(records_);
 }
 

@@ -65,7 +65,6 @@ struct VrmlNode {
 struct VrmlDefEntry {
     char name[kNameLength + 1] = {};
     VrmlNode* node = nullptr;
-    VrmlDefEntry* next = nullptr;  // the entry defined before this one
 };
 
 struct VrmlFieldLayout;
@@ -89,9 +88,9 @@ public:
     // --- Token layer -----------------------------------------------------
 
     // Resets the reader (line 1, empty DEF table, no error), opens `path`
-    // and reads the first look-ahead token. Returns 1, or 0 with an error
-    // text when the file does not open or starts with a bad token.
-    int open(const char* path);
+    // and reads the first look-ahead token. False with an error text when
+    // the file does not open or starts with a bad token.
+    bool open(const char* path);
     // Closes the file; the parsed records stay until releaseScene().
     void close();
     // Clears the end-of-input flag, as each read does before it opens.
@@ -148,7 +147,7 @@ private:
 
     void setError(const char* message);
     void setErrorWithLine(const char* message);
-    int expectOpenBrace();
+    bool expectOpenBrace();
 
     ParseStep startNode(VrmlParseFrame& frame, bool nested);
     ParseStep runNode(VrmlParseFrame& frame, int code);
@@ -196,11 +195,10 @@ private:
     const char* errorText_;
     std::string errorBuffer_;
 
-    // Nodes: every record made during the read, and the DEF table (newest
-    // first, with an index by name for the lookups of USE).
+    // Nodes: every record made during the read, and the DEF table with an
+    // index by name for the lookups of USE (a later DEF of a name wins).
     std::vector<std::unique_ptr<VrmlNode>> records_;
     std::deque<VrmlDefEntry> defEntries_;
-    VrmlDefEntry* defHead_ = nullptr;
     std::unordered_map<std::string_view, VrmlDefEntry*> defIndex_;
 };
 

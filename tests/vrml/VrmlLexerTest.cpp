@@ -93,13 +93,13 @@ TEST(VrmlLexer, BadNumbersAndOpenFailures) {
         EXPECT_EQ(on.reader.nextToken(), kTokenBadNumber) << text;
     }
     ReaderOnText first("-");
-    EXPECT_EQ(first.opened, 0);
+    EXPECT_FALSE(first.opened);
     EXPECT_EQ(first.error(), "vrml file " + first.path + " has invalid content");
 
     KelpTest::TempDir dir;
     VrmlReader reader;
     const std::string path = dir.file("none.wrl");
-    EXPECT_EQ(reader.open(path.c_str()), 0);
+    EXPECT_FALSE(reader.open(path.c_str()));
     EXPECT_EQ(std::string(reader.errorText()), "cannot open vrml file " + path);
     EXPECT_EQ(reader.nextToken(), kTokenEnd);
 }

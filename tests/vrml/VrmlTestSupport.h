@@ -43,7 +43,7 @@ struct ReaderOnText {
     KelpTest::TempDir dir;
     const std::string path = dir.file("a.wrl");
     KelpVrml::VrmlReader reader;
-    int opened = 0;
+    bool opened = false;
 };
 
 }  // namespace KelpVrmlTest
