@@ -2,10 +2,8 @@
 // stream is flushed after each line break), formatted with the output
 // stream's defaults: floats as %g with six significant digits, integers in
 // plain decimal.
-#include <KelpFileIO.h>
+#include "obj/ObjWriter.h"
 
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
 #include "obj/ObjMaterial.h"
 #include "obj/ObjSideFiles.h"
 
@@ -16,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace KelpGraphic {
+namespace KelpObj {
 
 namespace {
 // One output line, handed to the file whole and flushed at its end.
@@ -91,51 +89,46 @@ const Element& entry(const std::vector<Element>& array, std::size_t index) {
 }
 }  // namespace
 
-bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
-    KelpFrame::switchToReaderLocale();
-    KelpIo::FileHandle file = KelpIo::openFile(path, "w");
-    if (!file) return false;  // the locale is left switched on this path
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+void writeObj(std::FILE* file, const std::string& outputPath, const KelpCore::KelpTriMesh& mesh) {
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    const std::string baseName = objBaseName(outputPath);
+    const std::string directory = directoryOf(outputPath);
+    LineWriter out(file);
 
-    const std::string outputPath(path);
-    const std::string baseName = KelpObj::objBaseName(outputPath);
-    const std::string directory = KelpObj::directoryOf(outputPath);
-    LineWriter out(file.get());
-
-    if (mesh->textureImage.data) {
-        KelpObj::saveTextureImage(directory, baseName, mesh->textureImage);
+    if (mesh.textureImage.data) {
+        saveTextureImage(directory, baseName, mesh.textureImage);
         out.text("mtllib ").text(baseName).text(".mtl").endLine();
-        KelpObj::writeMaterialFile(directory, baseName);
+        writeMaterialFile(directory, baseName);
     }
 
-    out.text("# ").number(mesh->vertexCount).text(" vertices, ").number(mesh->faceCount).text(" faces").endLine();
-    for (std::uint32_t i = 0; i < mesh->vertexCount; ++i) {
-        const KelpCore::Vec3f& p = entry(mesh->vertices, i);
+    out.text("# ").number(mesh.vertexCount).text(" vertices, ").number(mesh.faceCount).text(" faces").endLine();
+    for (std::uint32_t i = 0; i < mesh.vertexCount; ++i) {
+        const KelpCore::Vec3f& p = entry(mesh.vertices, i);
         out.text("v ").number(p[0]).character(' ').number(p[1]).character(' ').number(p[2]).endLine();
     }
-    const bool normals = (mesh->vertexAttributes & KelpCore::KelpAttributeNormals) != 0;
+    const bool normals = (mesh.vertexAttributes & KelpCore::KelpAttributeNormals) != 0;
     if (normals) {
-        for (std::uint32_t i = 0; i < mesh->vertexCount; ++i) {
-            const KelpCore::Vec3f& n = entry(mesh->vertexNormals, i);
+        for (std::uint32_t i = 0; i < mesh.vertexCount; ++i) {
+            const KelpCore::Vec3f& n = entry(mesh.vertexNormals, i);
             out.text("vn ").number(n[0]).character(' ').number(n[1]).character(' ').number(n[2]).endLine();
         }
     }
-    if (mesh->hasTexture && mesh->texCoordCount != 0) {
-        for (std::uint32_t i = 0; i < mesh->texCoordCount; ++i) {
-            const KelpCore::Vec2f& t = entry(mesh->texCoords, i);
+    if (mesh.hasTexture && mesh.texCoordCount != 0) {
+        for (std::uint32_t i = 0; i < mesh.texCoordCount; ++i) {
+            const KelpCore::Vec2f& t = entry(mesh.texCoords, i);
             out.text("vt ").number(t[0]).character(' ').number(t[1]).endLine();
         }
     }
     out.text("usemtl ").text(baseName).text("Material").endLine();
 
-    const bool cornerTexCoords = mesh->hasFaceTexCoordIndices;
-    for (std::uint32_t j = 0; j < mesh->faceCount; ++j) {
+    const bool cornerTexCoords = mesh.hasFaceTexCoordIndices;
+    for (std::uint32_t j = 0; j < mesh.faceCount; ++j) {
         out.text("f ", 2);
-        const KelpCore::Vec3u& face = entry(mesh->faces, j);
+        const KelpCore::Vec3u& face = entry(mesh.faces, j);
         for (int k = 0; k < 3; ++k) {
             const std::uint32_t vertex = face[k] + 1u;
             out.number(vertex);
-            if (cornerTexCoords) out.character('/').number(entry(mesh->faceTexCoordIndices, j)[k] + 1u);
+            if (cornerTexCoords) out.character('/').number(entry(mesh.faceTexCoordIndices, j)[k] + 1u);
             if (normals) {
                 if (!cornerTexCoords) out.character('/');
                 out.character('/').number(vertex);
@@ -144,9 +137,6 @@ bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
         }
         out.endLine();
     }
-
-    KelpFrame::switchToCLocale();
-    return true;
 }
 
-}  // namespace KelpGraphic
+}  // namespace KelpObj
