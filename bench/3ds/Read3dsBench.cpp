@@ -5,7 +5,7 @@
 #include <KelpFileIO.h>
 
 #include "ByteBuilder.h"
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #include <cmath>
 #include <cstdint>
@@ -75,14 +75,8 @@ const std::string& file3ds() {
 }
 
 void BM_3dsRead(benchmark::State& state) {
-    const std::string& path = file3ds();
-    for (auto _ : state) {
-        KelpCore::KelpTriMesh mesh;
-        if (!KelpGraphic::KelpRead3ds(path.c_str(), &mesh) || mesh.faceCount != kObjects * kFacesPerObject)
-            state.SkipWithError("KelpRead3ds did not read the file");
-        benchmark::DoNotOptimize(mesh.faces.data());
-    }
-    KelpBench::setFileThroughput(state, path);
+    KelpBench::runRead(state, file3ds(), KelpGraphic::KelpRead3ds,
+                       [](const KelpCore::KelpTriMesh& mesh) { return mesh.faceCount == kObjects * kFacesPerObject; });
 }
 
 #ifdef KELP_BENCH_HAVE_ASSIMP
@@ -102,11 +96,7 @@ void BM_3dsAssimp(benchmark::State& state) {
 BENCHMARK(BM_3dsAssimp)->Unit(benchmark::kMillisecond);
 #endif
 
-void BM_3dsFloorReadBytes(benchmark::State& state) {
-    const std::string& path = file3ds();
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(path));
-    KelpBench::setFileThroughput(state, path);
-}
+void BM_3dsFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, file3ds()); }
 
 }  // namespace
 

@@ -5,7 +5,7 @@
 // the file's bytes read into memory as the floor.
 #include <KelpFileIO.h>
 
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #ifdef KELP_BENCH_HAVE_ASSIMP
 #include <assimp/Importer.hpp>
@@ -110,15 +110,6 @@ const std::string& asciiFile() {
     return path;
 }
 
-void readWithKelp(benchmark::State& state, const std::string& path) {
-    for (auto _ : state) {
-        KelpCore::KelpTriMesh mesh;
-        if (!KelpGraphic::KelpReadPly(path.c_str(), &mesh)) state.SkipWithError("KelpReadPly failed");
-        benchmark::DoNotOptimize(mesh.faces.data());
-    }
-    KelpBench::setFileThroughput(state, path);
-}
-
 #ifdef KELP_BENCH_HAVE_ASSIMP
 void readWithAssimp(benchmark::State& state, const std::string& path) {
     for (auto _ : state) {
@@ -133,16 +124,10 @@ void BM_PlyBinaryAssimp(benchmark::State& state) { readWithAssimp(state, binaryF
 void BM_PlyAsciiAssimp(benchmark::State& state) { readWithAssimp(state, asciiFile()); }
 #endif
 
-void BM_PlyBinaryKelp(benchmark::State& state) { readWithKelp(state, binaryFile()); }
-void BM_PlyBinaryFloorReadBytes(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(binaryFile()));
-    KelpBench::setFileThroughput(state, binaryFile());
-}
-void BM_PlyAsciiKelp(benchmark::State& state) { readWithKelp(state, asciiFile()); }
-void BM_PlyAsciiFloorReadBytes(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(asciiFile()));
-    KelpBench::setFileThroughput(state, asciiFile());
-}
+void BM_PlyBinaryKelp(benchmark::State& state) { KelpBench::runRead(state, binaryFile(), KelpGraphic::KelpReadPly); }
+void BM_PlyBinaryFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, binaryFile()); }
+void BM_PlyAsciiKelp(benchmark::State& state) { KelpBench::runRead(state, asciiFile(), KelpGraphic::KelpReadPly); }
+void BM_PlyAsciiFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, asciiFile()); }
 
 }  // namespace
 

@@ -4,7 +4,7 @@
 // file's bytes into memory. No peer library reads VRML 1.0.
 #include <KelpFileIO.h>
 
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #include <cmath>
 #include <cstdio>
@@ -38,23 +38,15 @@ const std::string& wrlFile() {
 }
 
 void BM_WrlRead(benchmark::State& state) {
-    const std::string& path = wrlFile();
     std::uint32_t faces = 0;
-    for (auto _ : state) {
-        KelpCore::KelpTriMesh mesh;
-        KelpGraphic::KelpReadWrl(path.c_str(), &mesh);
+    KelpBench::runRead(state, wrlFile(), KelpGraphic::KelpReadWrl, [&](const KelpCore::KelpTriMesh& mesh) {
         faces = mesh.faceCount;
-        benchmark::DoNotOptimize(mesh.faces.data());
-    }
+        return true;
+    });
     state.counters["triangles"] = faces;
-    KelpBench::setFileThroughput(state, path);
 }
 
-void BM_WrlFloorReadBytes(benchmark::State& state) {
-    const std::string& path = wrlFile();
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(path));
-    KelpBench::setFileThroughput(state, path);
-}
+void BM_WrlFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, wrlFile()); }
 
 }  // namespace
 
