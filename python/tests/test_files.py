@@ -92,6 +92,8 @@ def test_failures_raise_pythons_errors(samples, tmp_path):
     for extension in (".stl", ".obj", ".ply", ".wrl", ".vrml", ".3ds", ".dxf", ".asc"):
         with pytest.raises(FileNotFoundError):
             kelpfileio.read(tmp_path / ("missing" + extension))
+    assert [kelpfileio.format_for(p) for p in ("A.STL", "b.Obj", "c.VRML", "d.wrl", "e.3DS")] == [
+        "stl", "obj", "wrl", "wrl", "3ds"]
     with pytest.raises(ValueError, match="cannot tell the format"):
         kelpfileio.read(samples / "cube.jpg")
     with pytest.raises(ValueError, match="unknown format 'nope'"):
