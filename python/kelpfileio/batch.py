@@ -8,7 +8,7 @@ Each file gives one JSON Lines record (file, output, ok, error, reason,
 notes, vertices, faces, bounds, seconds). Files go to the workers in chunks;
 a chunk whose worker dies (a crash, or the nanny ending a worker over its
 memory limit) is split and its files retried alone, and a file that kills a
-worker on its own is recorded as "crashed". The run ends with "N passed, M
+worker twice on its own is recorded as "crashed". The run ends with "N passed, M
 failed" on standard error and exits with status 1 when any file failed.
 """
 import argparse
@@ -62,7 +62,7 @@ def _client(args):
             yield client
         return
     # A task whose worker dies is not run again elsewhere: the batch splits
-    # its chunk itself, so that one bad file kills at most two workers. Tasks
+    # its chunk itself, so that one bad file kills at most three workers. Tasks
     # wait at the scheduler until a worker is free, so a dying worker takes
     # only the task it was running with it.
     settings = {"distributed.scheduler.allowed-failures": 0, "distributed.scheduler.worker-saturation": 1.0}
@@ -90,6 +90,9 @@ class _Progress:
             self.stream.write("\n")
 
 
+_ATTEMPTS_ALONE = 2
+
+
 def _crashed(path, error):
     return {"file": path, "output": None, "ok": False, "error": "crashed",
             "reason": f"{type(error).__name__}: {error}", "notes": [], "vertices": None, "faces": None,
@@ -110,20 +113,25 @@ def run(args, out):
     with _client(args) as client:
         chunks = {}
         pending = as_completed()
-        def submit(chunk):
+        def submit(chunk, attempt=1):
             future = client.submit(_batchwork.convert_chunk, chunk, options, pure=False)
-            chunks[future] = chunk
+            chunks[future] = (chunk, attempt)
             pending.add(future)
         for start in range(0, len(files), args.chunk_size):
             submit(files[start:start + args.chunk_size])
         for future in pending:
-            chunk = chunks.pop(future)
+            chunk, attempt = chunks.pop(future)
             try:
                 records = future.result()
-            except Exception as error:  # the worker died under this chunk
+            except Exception as error:  # the worker died under this chunk, or with its result
                 if len(chunk) > 1:
                     for path in chunk:
                         submit([path])
+                    continue
+                # A file alone is tried twice: a worker can also die just
+                # after finishing it, under the next file, taking the result.
+                if attempt < _ATTEMPTS_ALONE:
+                    submit(chunk, attempt + 1)
                     continue
                 records = [_crashed(chunk[0], error)]
             for record in records:
