@@ -45,16 +45,19 @@ def _write_staged(geometry, source, to, out_dir):
 
 
 def _failure(error):
+    """error: the exception's type; reason: the library's reason for a
+    ReadError/WriteError (None while it gives none), the system's for other
+    OSErrors; message: the whole text."""
     reason = getattr(error, "reason", None)
-    if reason is None and isinstance(error, OSError) and error.strerror:
+    if reason is None and not hasattr(error, "reason") and isinstance(error, OSError):
         reason = error.strerror
-    return {"ok": False, "error": type(error).__name__, "reason": reason if reason is not None else str(error),
+    return {"ok": False, "error": type(error).__name__, "reason": reason, "message": str(error),
             "notes": list(getattr(error, "notes", []) or [])}
 
 
 def process(path, options):
     """One file's record: read it, then write it (unless options["to"] is None)."""
-    record = {"file": path, "output": None, "ok": True, "error": None, "reason": None, "notes": [],
+    record = {"file": path, "output": None, "ok": True, "error": None, "reason": None, "message": None, "notes": [],
               "vertices": None, "faces": None, "bounds": None, "seconds": None}
     start = time.perf_counter()
     try:

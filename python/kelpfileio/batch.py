@@ -5,7 +5,7 @@
     python3 -m kelpfileio.batch --to stl --out-dir /shared/out --scheduler tcp://head:8786 --files-from list.txt
 
 Each file gives one JSON Lines record (file, output, ok, error, reason,
-notes, vertices, faces, bounds, seconds). Files go to the workers in chunks;
+message, notes, vertices, faces, bounds, seconds). Files go to the workers in chunks;
 a chunk whose worker dies (a crash, or the nanny ending a worker over its
 memory limit) is split and its files retried alone, and a file that kills a
 worker twice on its own is recorded as "crashed". The run ends with "N passed, M
@@ -94,8 +94,8 @@ _ATTEMPTS_ALONE = 2
 
 
 def _crashed(path, error):
-    return {"file": path, "output": None, "ok": False, "error": "crashed",
-            "reason": f"{type(error).__name__}: {error}", "notes": [], "vertices": None, "faces": None,
+    return {"file": path, "output": None, "ok": False, "error": "crashed", "reason": None,
+            "message": f"{type(error).__name__}: {error}", "notes": [], "vertices": None, "faces": None,
             "bounds": None, "seconds": None}
 
 

@@ -39,6 +39,9 @@ def test_batch_converts_records_failures_and_survives_a_killed_worker(samples, t
             assert record["vertices"] == len(geometry.vertices)
             assert record["faces"] == (len(geometry.faces) if isinstance(geometry, kelpfileio.Mesh) else None)
             assert len(kelpfileio.read(record["output"]).vertices) == len(geometry.vertices)
+    assert by_file[str(missing)]["reason"] == "No such file or directory"
+    assert by_file[str(broken)]["reason"] is None
+    assert by_file[str(broken)]["message"].startswith("the ply reader failed")
     passed = len(files) - len(failed)
     assert result.returncode == 1, result.stderr
     assert result.stderr.rstrip().endswith(f"{passed} passed, {len(failed)} failed"), result.stderr
