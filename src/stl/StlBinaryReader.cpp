@@ -96,7 +96,7 @@ std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file) {
     std::fseek(file, kHeaderBytes, SEEK_SET);
     std::fread(countBytes, 1, sizeof countBytes, file);
     const std::uint32_t count = KelpIo::loadLe32(countBytes);
-    std::printf("OpenBinary::fn=%d\n", static_cast<int>(count));
+    KelpFrame::printProgress("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
@@ -109,7 +109,7 @@ std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file) {
     // zero corners all the same, and those are welded too.
     const unsigned char zeroCorners[36] = {};
     sink.repeat(zeroCorners, count - visited);
-    std::printf("OpenBinary::read end\n");
+    KelpFrame::printProgress("OpenBinary::read end\n");
     return sink.release();
 }
 

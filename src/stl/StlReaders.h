@@ -6,6 +6,8 @@
 
 #include <KelpCore.h>
 
+// The readers' progress lines go through printProgress (standard output or the host's sink).
+#include "frame/ProgressLines.h"
 #include "io/ByteOrder.h"
 
 #include <cstdint>
