@@ -16,6 +16,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace KelpPly {
@@ -127,7 +128,11 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
 namespace {
 
 // Reads every element in header order into the mesh; the importer's code.
-int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
+// The file is moved into this frame: the per-instance loops then reach the
+// input's position at a fixed frame offset, not through a pointer that the
+// loop's register pressure keeps reloading.
+int readElements(PlyFile&& file, KelpTriMesh& mesh, int stripIndex) {
+    PlyFile ply(std::move(file));
     // The records live for the whole walk: an element that stores nothing
     // into them sees what the last instance left.
     PlyVertexRecord vertex{};
@@ -276,12 +281,12 @@ int requestProperties(PlyFile& ply, int& stripIndex) {
 
 }  // namespace
 
-int importPly(PlyFile& ply, KelpTriMesh& mesh) {
+int importPly(PlyFile&& ply, KelpTriMesh& mesh) {
     int stripIndex = -1;
     const int code = requestProperties(ply, stripIndex);
     if (code != PlyImportOk) return code;
     try {
-        return readElements(ply, mesh, stripIndex);
+        return readElements(std::move(ply), mesh, stripIndex);
     } catch (const std::bad_alloc&) {
         // What was appended before stays; the mesh's arrays were made room
         // for ahead of every append, so they agree with its counts.

@@ -5,13 +5,15 @@
 #include "ply/PlyFile.h"
 #include "ply/PlyImport.h"
 
+#include <utility>
+
 namespace KelpPly {
 
 int readPlyFile(const char* path, KelpCore::KelpTriMesh* mesh) {
     if (!path || !mesh) return PlyImportNoPath;
     PlyFile ply;
     if (!ply.open(path)) return ply.lastError;
-    return importPly(ply, *mesh);
+    return importPly(std::move(ply), *mesh);
 }
 
 }  // namespace KelpPly
