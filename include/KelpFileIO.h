@@ -8,6 +8,7 @@
 
 #include <KelpCore.h>
 #include <KelpExport.h>
+#include <KelpReport.h>  // why the last call failed: KelpLastReport()
 
 namespace KelpGraphic {
 

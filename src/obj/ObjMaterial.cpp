@@ -2,6 +2,8 @@
 
 #include <KelpImageLoad.h>
 
+#include "report/Recorder.h"
+
 #include <cctype>
 #include <fstream>
 #include <sstream>
@@ -100,6 +102,7 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     {
         std::ifstream library(directory + libraryName);
         if (!library.fail()) readMaterialLibrary(library, materials);
+        else KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
     }
     if (materials.empty()) return;
     const std::string& textureFile = materials.front().textureFile;
@@ -107,7 +110,9 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     const std::string extension = textureExtension(textureFile);
     if (extension == "JPG" || extension == "BMP" || extension == "PNG" || extension == "TIF") {
         const std::string imagePath = directory + textureFile;
-        KelpImageLoad::KelpReadImage(imagePath.c_str(), image);
+        if (!KelpImageLoad::KelpReadImage(imagePath.c_str(), image)) KelpRecord::note(KelpRecord::Code::ObjTextureUnreadable, textureFile);
+    } else {
+        KelpRecord::note(KelpRecord::Code::ObjTextureExtension, textureFile);
     }
 }
 

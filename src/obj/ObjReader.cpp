@@ -20,6 +20,7 @@
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
 #include "obj/ObjStream.h"
+#include "report/Recorder.h"
 
 #include <cstring>
 #include <string>
@@ -74,6 +75,7 @@ void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh,
 
 void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
     if (normals.empty()) return;
+    if (normals.size() > mesh.vertexCount) KelpRecord::note(KelpRecord::Code::ObjExtraNormals, {}, normals.size(), mesh.vertexCount);
     mesh.vertexAttributes |= KelpCore::KelpAttributeNormals;
     mesh.vertexNormals.resize(mesh.vertexCount);
     // The i-th "vn" belongs to the i-th vertex; normals beyond the vertices are dropped.
@@ -83,6 +85,7 @@ void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriM
 
 void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned char>& image,
                  KelpCore::KelpTriMesh& mesh) {
+    if (image.data && pending.texCoords.empty()) KelpRecord::note(KelpRecord::Code::ObjTextureWithoutVt);
     if (!image.data || pending.texCoords.empty()) return;
     mesh.hasTexture = true;
     // The mesh takes the pixels over; pixels it held before are its own to free.
@@ -100,9 +103,11 @@ void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned ch
 }  // namespace
 
 bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadObj", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
     if (!file) {
+        KelpRecord::failOpen(KelpRecord::Code::ObjOpen);
         KelpFrame::switchToCLocale();
         return false;
     }

@@ -11,7 +11,10 @@
 
 #include <KelpFileIO.h>
 
+#include "report/Recorder.h"
+
 #include "ply/PlyFile.h"
+#include "ply/PlyReport.h"
 #include "ply/PlyValues.h"
 
 #include <array>
@@ -279,9 +282,10 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
         result.code = code;
         return result;
     };
+    PlyFile ply;
+    const PlyReportScope report(ply, result);
     if (!path || !mesh) return fail(PlyImportNoPath);
 
-    PlyFile ply;
     if (ply.open(path) != 0) {
         result.libraryError = ply.lastError;
         return fail(ply.lastError);
@@ -422,6 +426,7 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
 namespace KelpGraphic {
 
 bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadPly", path, KelpRecord::Locale::Untouched);
     return KelpPly::importPly(path, mesh).code == KelpPly::PlyImportOk;
 }
 

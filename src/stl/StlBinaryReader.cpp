@@ -4,6 +4,7 @@
 // last triangle whose corners were read in full.
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
@@ -77,6 +78,7 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
         // The file ended inside this block. A record cut after its corners
         // still delivered them; one cut earlier leaves the previous corners.
         if (got % kRecordBytes >= kCornersEnd) std::memcpy(lastCorners, block.data() + whole * kRecordBytes + kCornersAt, 36);
+        noteShortFile(visited, next, got % kRecordBytes);
         break;
     }
     sink.repeat(lastCorners, visited - next);
@@ -87,7 +89,7 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
 bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
-    if (!file) return false;  // the locale stays switched on this path
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
 
     unsigned char countBytes[4] = {};
     std::fseek(file.get(), kHeaderBytes, SEEK_SET);
@@ -95,6 +97,7 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     const std::uint32_t count = loadU32(countBytes);
     std::printf("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
+    noteHeaderCount(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
     // the three a short file repeats; a count the file cannot back does not

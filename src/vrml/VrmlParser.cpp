@@ -2,6 +2,7 @@
 // DEF and USE, and one parser per node type driven by the field tables below.
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
+#include "report/Recorder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -320,7 +321,7 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
         if (code == ']') break;
         if (endedInsideNode(code)) return false;
         if (code == kTokenNumber) {
-            if (lookAhead().code == ']') break;
+            if (lookAhead().code == ']') { KelpRecord::note(KelpRecord::Code::WrlLastNumber, {}, static_cast<std::uint64_t>(line())); break; }
             field.ints.push_back(truncateToInt(current().value));
         }
     }

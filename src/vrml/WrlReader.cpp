@@ -6,6 +6,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 
@@ -43,7 +44,7 @@ bool appendSceneToMesh(const VrmlNode* top, KelpCore::KelpTriMesh& mesh, std::ui
             else if (node->type == kIndexedFaceSet && field.kind == kCoordIndex)
                 cost += std::min<std::size_t>(static_cast<std::size_t>(field.count), field.ints.size()) / 3;
         }
-        if (cost > budget - spent) return false;
+        if (cost > budget - spent) return KelpRecord::note(KelpRecord::Code::WrlBudget, {}, budget), false;
         spent += cost;
 
         for (const VrmlField& field : node->fields) {
@@ -77,6 +78,7 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
         reader.clearEndOfInput();
         reader.open(path);
         const VrmlNode* top = reader.parseNode(0);
+        if (!top) KelpRecord::note(KelpRecord::Code::WrlParse, reader.errorText());
         appendSceneToMesh(top, mesh, expansionBudget(reader.sceneSize()));
         reader.close();
         reader.releaseScene();
@@ -94,11 +96,15 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
 namespace KelpGraphic {
 
 bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadWrl", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     float version = -1.0f;
     if (KelpIo::FileHandle probe = KelpIo::openFile(path, "r")) {
         const int matched = std::fscanf(probe.get(), "#VRML V%f", &version);
         static_cast<void>(matched);
+        if (version != 1.0f) KelpRecord::note(KelpRecord::Code::WrlVersion);
+    } else {
+        KelpRecord::noteOpen(KelpRecord::Code::WrlOpen);
     }
     if (version == 1.0f) KelpVrml::readScene(path, *mesh);
     KelpFrame::switchToCLocale();

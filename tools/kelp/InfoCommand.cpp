@@ -42,7 +42,8 @@ int runInfo(const InfoOptions& options) {
         auto loaded = std::make_unique<Loaded>();
         load(path, *chosen[i], *loaded);
         if (!loaded->ok) {
-            std::fprintf(stderr, "kelp: the %s reader failed on %s\n", chosen[i]->name.c_str(), path.c_str());
+            std::fprintf(stderr, "kelp: the %s reader failed on %s: %s\n", chosen[i]->name.c_str(), path.c_str(),
+                         loaded->report.reason.c_str());
             status = kFileFailed;
         }
         Summary summary = loaded->summary(path);
@@ -53,7 +54,11 @@ int runInfo(const InfoOptions& options) {
         summaries.push_back(std::move(summary));
     }
     if (progress) std::fprintf(stderr, "\r\033[K");
-    if (!options.json && !options.quiet) printTable(stdout, summaries);
+    if (!options.json && !options.quiet) {
+        printTable(stdout, summaries);
+        if (options.explain)
+            for (const Summary& s : summaries) printReportLines(stdout, s.path, s.report);
+    }
     return status;
 }
 

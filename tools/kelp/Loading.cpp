@@ -10,6 +10,7 @@ void load(const std::string& path, const Format& format, Loaded& loaded) {
     loaded.ok = format.container == Container::Mesh ? format.readMesh(path.c_str(), &loaded.mesh)
                                                     : format.readPoints(path.c_str(), &loaded.points);
     loaded.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    loaded.report = takeLastReport();
 }
 
 Summary Loaded::summary(const std::string& path) const {
@@ -18,6 +19,7 @@ Summary Loaded::summary(const std::string& path) const {
     s.format = format->name;
     s.ok = ok;
     s.seconds = seconds;
+    s.report = report;
     return s;
 }
 

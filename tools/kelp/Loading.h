@@ -2,6 +2,7 @@
 // reader takes.
 #pragma once
 
+#include "CallReport.h"
 #include "FormatTable.h"
 #include "Summary.h"
 
@@ -11,6 +12,7 @@ struct Loaded {
     const Format* format = nullptr;
     bool ok = false;
     double seconds = 0.0;
+    CallReport report;  // the library's report of the read
     KelpCore::KelpTriMesh mesh;     // filled by mesh formats
     KelpCore::KelpPointSet points;  // filled by point formats
 
