@@ -125,6 +125,15 @@ void noteByteOrder(const PlyFile& ply) {
 }  // namespace
 
 PlyReportScope::~PlyReportScope() {
+    // The texts allocate; out of memory, the report goes without them rather
+    // than ending the process from a destructor.
+    try {
+        report();
+    } catch (...) {
+    }
+}
+
+void PlyReportScope::report() const {
     noteByteOrder(ply_);
     switch (result_.code) {
         case PlyImportOk: return;

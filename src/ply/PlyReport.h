@@ -16,6 +16,8 @@ public:
     PlyReportScope& operator=(const PlyReportScope&) = delete;
 
 private:
+    void report() const;
+
     const PlyFile& ply_;
     const PlyImportResult& result_;
 };

@@ -25,7 +25,13 @@ void store(RawRecord& record, Code code, std::string_view text, std::uint64_t a,
     record.c = c;
     record.d = d;
     record.count = 1;
-    record.text.assign(text.data(), text.size());
+    // Recording must not change how a call ends: out of memory, the note
+    // goes without its text.
+    try {
+        record.text.assign(text.data(), text.size());
+    } catch (...) {
+        record.text.clear();
+    }
 }
 
 std::string_view errnoText() {
@@ -37,8 +43,12 @@ std::string_view errnoText() {
 Call::Call(const char* function, const char* path, Locale locale)
     : exceptionsOnEntry_(std::uncaught_exceptions()), switchesLocale_(locale == Locale::Switched) {
     RecordState& state = recordState();
-    state.function.assign(function);
-    state.path.assign(path ? path : "");
+    try {
+        state.function.assign(function);
+        state.path.assign(path ? path : "");
+    } catch (...) {
+        state.path.clear();
+    }
     state.result = -1;
     state.reason.code = Code::None;
     state.noteCount = 0;

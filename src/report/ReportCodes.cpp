@@ -68,7 +68,7 @@ const CodeInfo kTable[] = {
 
     {Code::T3dsOpen, "3ds.open", "3DS: cannot open the file ({t})"},
     {Code::T3dsNotMain, "3ds.not-main", "3DS: the file does not start with a main chunk (0x4D4D): {t}"},
-    {Code::T3dsCut, "3ds.cut", "3DS: the file ({b} bytes) ends inside a chunk read at byte {a}"},
+    {Code::T3dsCut, "3ds.cut", "3DS: the file ({b} bytes) ends inside a chunk: a read at byte {a} runs past its end"},
     {Code::T3dsColour, "3ds.colour", "3DS: chunk 0x{x} at byte {b} where a colour (0x0010 or 0x0011) must be"},
     {Code::T3dsPercentage, "3ds.percentage", "3DS: chunk 0x{x} at byte {b} where a percentage (0x0030 or 0x0031) must be"},
 };

@@ -44,7 +44,7 @@ bool appendSceneToMesh(const VrmlNode* top, KelpCore::KelpTriMesh& mesh, std::ui
             else if (node->type == kIndexedFaceSet && field.kind == kCoordIndex)
                 cost += std::min<std::size_t>(static_cast<std::size_t>(field.count), field.ints.size()) / 3;
         }
-        if (cost > budget - spent) return KelpRecord::note(KelpRecord::Code::WrlBudget, {}, budget), false;
+        if (cost > budget - spent) { KelpRecord::note(KelpRecord::Code::WrlBudget, {}, budget); return false; }
         spent += cost;
 
         for (const VrmlField& field : node->fields) {

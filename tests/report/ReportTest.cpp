@@ -176,7 +176,7 @@ TEST(Report, T3ds) {
         {"not main", chunk(0x3D3D, ""), false, "3ds.not-main", "it starts with chunk 0x3D3D", {}},
         {"tiny", "MM", false, "3ds.not-main", "shorter than a chunk header", {}},
         {"cut vertex list", chunk(0x4D4D, chunk(0x3D3D, chunk(0x4000, std::string("a\0", 2) + chunk(0x4100, chunk(0x4110, vertices))))),
-         false, "3ds.cut", "ends inside a chunk", {}},
+         false, "3ds.cut", "file (38 bytes) ends inside a chunk: a read at byte 34 runs past its end", {}},
         {"percentage as colour", chunk(0x4D4D, material), false, "3ds.colour", "chunk 0x0030 at byte 24", {}},
         {"colour as percentage", chunk(0x4D4D, shininess), false, "3ds.percentage", "chunk 0x0010 at byte 24", {}},
     });
