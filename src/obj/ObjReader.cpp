@@ -52,6 +52,14 @@ Statement classify(const char* word, std::size_t length) {
     return Statement::Other;
 }
 
+// A statement read that finds no word (white space at the end of the file)
+// runs the last statement again: a position, texture coordinate or normal
+// is added once more with the values read before.
+void noteRepeatedStatement(Statement statement, const char* word, std::size_t length) {
+    if (statement == Statement::Vertex || statement == Statement::TexCoord || statement == Statement::Normal)
+        KelpRecord::note(KelpRecord::Code::ObjRepeatedStatement, std::string_view(word, length));
+}
+
 // The texture coordinates, normals and face texture triples gathered during
 // the pass, moved into the mesh at the end.
 struct PendingAttributes {
@@ -137,6 +145,8 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
             word = wordBegin;
             const void* zero = std::memchr(wordBegin, '\0', static_cast<std::size_t>(wordEnd - wordBegin));
             wordLength = static_cast<std::size_t>((zero ? static_cast<const char*>(zero) : wordEnd) - wordBegin);
+        } else {
+            noteRepeatedStatement(classify(word, wordLength), word, wordLength);
         }
         switch (classify(word, wordLength)) {
             case Statement::MaterialLibrary: {

@@ -44,6 +44,8 @@ const CodeInfo kTable[] = {
     {Code::ObjTextureUnreadable, "obj.texture-unreadable", "OBJ: texture \"{t}\" not loaded: the image could not be read"},
     {Code::ObjTextureWithoutVt, "obj.texture-without-vt", "OBJ: the texture was dropped: the file has no \"vt\" lines"},
     {Code::ObjExtraNormals, "obj.extra-normals", "OBJ: {a} \"vn\" lines for {b} vertices: the extra normals are dropped"},
+    {Code::ObjRepeatedStatement, "obj.repeated-statement",
+     "OBJ: the file ends in white space after a \"{t}\" statement: it runs once more, adding a copy of the last \"{t}\""},
     {Code::ObjSideFileMissing, "obj.side-file-missing",
      "OBJ: side file \"{t}\" could not be written (side files are named with only '\\' as a separator)"},
 

@@ -39,6 +39,7 @@ enum class Code : std::uint16_t {
     ObjTextureWithoutVt = 454,
     ObjExtraNormals = 455,
     ObjSideFileMissing = 456,
+    ObjRepeatedStatement = 457,
 
     PlyOpen = 501,
     PlyHeader = 502,

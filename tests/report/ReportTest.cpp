@@ -194,10 +194,12 @@ TEST(Report, Obj) {
     };
     const std::vector<ObjCase> cases = {
         {"plain", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", {}, ""},
-        {"missing library", "mtllib none.mtl\nv 0 0 0\n", {"obj.mtllib-missing"}, "\"none.mtl\" not found"},
-        {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0\n", {"obj.texture-extension"}, "\"tex.gif\" not loaded"},
-        {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0\n", {"obj.texture-unreadable"}, "\"gone.png\""},
+        {"missing library", "mtllib none.mtl\nv 0 0 0", {"obj.mtllib-missing"}, "\"none.mtl\" not found"},
+        {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-extension"}, "\"tex.gif\" not loaded"},
+        {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-unreadable"}, "\"gone.png\""},
         {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", {"obj.extra-normals"}, "2 \"vn\" lines for 1 vertices"},
+        {"repeated vertex", "v 0 0 0\n", {"obj.repeated-statement"}, "after a \"v\" statement"},
+        {"last face", "v 0 0 0\nf 1 1 1\n", {}, ""},
     };
     for (const ObjCase& c : cases) {
         SCOPED_TRACE(c.label);

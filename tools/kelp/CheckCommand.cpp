@@ -33,6 +33,7 @@ int runCheck(const CheckOptions& options) {
             ++noted;
         printReportLines(stdout, path, loaded->report);
     }
+    std::fflush(stdout);
     if (!options.quiet)
         std::fprintf(stderr, "kelp check: %zu files, %zu failed, %zu read with notes\n", options.files.size(), failed,
                      noted);
