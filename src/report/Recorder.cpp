@@ -34,9 +34,11 @@ void store(RawRecord& record, Code code, std::string_view text, std::uint64_t a,
     }
 }
 
+// Taken right after the failed open; a null path never reached the system.
 std::string_view errnoText() {
     const int error = errno;
-    return error ? std::strerror(error) : "no such file";
+    if (recordState().path.empty()) return "no path";
+    return error ? std::strerror(error) : "reason unknown";
 }
 }  // namespace
 

@@ -242,6 +242,7 @@ TEST(Report, WritersAndLifecycle) {
     EXPECT_EQ(report.noteCount, 0u);
     EXPECT_FALSE(KelpGraphic::KelpReadAsc(nullptr, &cloud));
     EXPECT_STREQ(KelpGraphic::KelpLastReport()->path, "");
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reason, "ASC: cannot open the file (no path)");
 }
 
 // Every code has one name, a message, and a row in the documentation.
