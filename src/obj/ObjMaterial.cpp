@@ -2,6 +2,7 @@
 
 #include <KelpImageLoad.h>
 
+#include "io/FileHandle.h"
 #include "report/Recorder.h"
 
 #include <cctype>
@@ -99,10 +100,15 @@ bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials) 
 void loadMaterialLibrary(const std::string& objPath, const std::string& libraryName,
                          std::vector<ObjMaterial>& materials, KelpCore::KelpImageData<unsigned char>& image) {
     const std::string directory = directoryOf(objPath);
-    {
-        std::ifstream library(directory + libraryName);
+    // The file's content names both side files: only regular files count,
+    // anything else (a device, a FIFO, a directory) is a missing file.
+    const std::string libraryPath = directory + libraryName;
+    if (KelpIo::isRegularFile(libraryPath.c_str())) {
+        std::ifstream library(libraryPath);
         if (!library.fail()) readMaterialLibrary(library, materials);
         else KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
+    } else {
+        KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
     }
     if (materials.empty()) return;
     const std::string& textureFile = materials.front().textureFile;
@@ -110,7 +116,8 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     const std::string extension = textureExtension(textureFile);
     if (extension == "JPG" || extension == "BMP" || extension == "PNG" || extension == "TIF") {
         const std::string imagePath = directory + textureFile;
-        if (!KelpImageLoad::KelpReadImage(imagePath.c_str(), image)) KelpRecord::note(KelpRecord::Code::ObjTextureUnreadable, textureFile);
+        if (!KelpIo::isRegularFile(imagePath.c_str()) || !KelpImageLoad::KelpReadImage(imagePath.c_str(), image))
+            KelpRecord::note(KelpRecord::Code::ObjTextureUnreadable, textureFile);
     } else {
         KelpRecord::note(KelpRecord::Code::ObjTextureExtension, textureFile);
     }

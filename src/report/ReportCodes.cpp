@@ -16,7 +16,11 @@ const CodeInfo kTable[] = {
      "ASCII STL: line {a}: corner {b} of facet {c} does not parse after its normal did; the mesh is left as it was"},
     {Code::StlWriteOpen, "stl.write.open", "STL: cannot create the file ({t})"},
     {Code::StlBinaryShort, "stl.binary.short",
-     "binary STL: the header announces {a} triangles, the file holds {b} and {c} bytes; {d} triangles repeat the last corners"},
+     "binary STL: the header announces {a} triangles, the file holds {b} and {c} bytes; {d} triangles repeat the last corners read in full"},
+    {Code::StlBinaryCutCorners, "stl.binary.cut-corners",
+     "binary STL: the header announces {a} triangles, the file holds {b} and {c} bytes, which end inside the next "
+     "record's corners: the corner bytes that came replace the start of the previous triangle's (zeros before the "
+     "first), and {d} triangles repeat that mix"},
     {Code::StlBinaryHugeCount, "stl.binary.huge-count",
      "binary STL: the header count {a} is 2^31 or more: no triangle is read, every face has zero corners"},
     {Code::StlBinaryWrappedCorners, "stl.binary.wrapped-corners",
@@ -60,11 +64,10 @@ const CodeInfo kTable[] = {
     {Code::PlyLittleEndianShorts, "ply.little-endian-shorts",
      "PLY: binary_little_endian: the short, ushort and uint values of element \"{t}\" were taken big-endian"},
 
+
     {Code::WrlOpen, "wrl.open", "VRML: cannot open the file ({t}); nothing added"},
     {Code::WrlVersion, "wrl.version", "VRML: the first line is not \"#VRML V1.0\"; nothing added"},
     {Code::WrlParse, "wrl.parse", "VRML: {t}; nothing added"},
-    {Code::WrlBudget, "wrl.use-budget",
-     "VRML: the USE expansion budget of {a} units ran out: the rest of the scene was not appended"},
     {Code::WrlLastNumber, "wrl.last-number",
      "VRML: line {a}: the number right before \"]\" of an index list is not read (end the list with \"-1, ]\" or its last triangle is lost)"},
 

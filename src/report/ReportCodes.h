@@ -6,7 +6,7 @@
 
 namespace KelpRecord {
 
-// Numbers are stable: never reuse or renumber one. The hundreds name the
+// Numbers are stable: never reuse or renumber one, retired ones included. The hundreds name the
 // format; below 50 a reason (the call returned false), from 50 a note.
 enum class Code : std::uint16_t {
     None = 0,
@@ -20,6 +20,7 @@ enum class Code : std::uint16_t {
     StlBinaryHugeCount = 152,
     StlBinaryWrappedCorners = 153,
     StlAsciiLastFacet = 154,
+    StlBinaryCutCorners = 155,
 
     AscOpen = 201,
     AscWriteOpen = 202,
@@ -53,7 +54,7 @@ enum class Code : std::uint16_t {
     WrlOpen = 651,
     WrlVersion = 652,
     WrlParse = 653,
-    WrlBudget = 654,
+    // 654 (wrl.use-budget) is retired: USE expansion has no budget any more.
     WrlLastNumber = 655,
 
     T3dsOpen = 701,

@@ -14,7 +14,10 @@ void noteHeaderCount(std::uint32_t count) {
 }
 
 void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes) {
-    KelpRecord::note(Code::StlBinaryShort, {}, announced, whole, extraBytes, announced - whole);
+    // A record is a 12-byte normal, 36 bytes of corners and a 2-byte count.
+    const bool insideCorners = extraBytes > 12 && extraBytes < 48;
+    KelpRecord::note(insideCorners ? Code::StlBinaryCutCorners : Code::StlBinaryShort, {}, announced, whole,
+                     extraBytes, announced - whole);
 }
 
 bool failCorner(const char* text, const char* at, std::ptrdiff_t corner, std::size_t facetsBefore) {

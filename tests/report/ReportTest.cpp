@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,7 +23,7 @@ using KelpTest::putU32;
 
 struct Case {
     const char* label;
-    std::string bytes;     // the file; "\x01missing" leaves it absent
+    std::string bytes;     // the file; kMissing leaves it absent, kDirectory makes it a directory
     bool result;
     std::string reason;    // expected reason name, "" for none
     std::string text;      // part of the reason's message, or of the first note's text
@@ -29,6 +31,7 @@ struct Case {
 };
 
 const std::string kMissing = "\x01missing";
+const std::string kDirectory = "\x01directory";
 
 std::vector<std::string> noteNames(const KelpGraphic::KelpReport& report) {
     std::vector<std::string> names;
@@ -45,7 +48,10 @@ void runCases(const char* function, const char* name, bool (*read)(const char*, 
         KelpTest::LocaleGuard locale;
         KelpTest::TempDir dir;
         const std::string path = dir.file(name);
-        if (c.bytes != kMissing) KelpTest::writeFile(path, c.bytes);
+        if (c.bytes == kDirectory)
+            std::filesystem::create_directory(path);
+        else if (c.bytes != kMissing)
+            KelpTest::writeFile(path, c.bytes);
         Container container;
         EXPECT_EQ(read(path.c_str(), &container), c.result);
         const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
@@ -77,7 +83,11 @@ TEST(Report, Stl) {
     runCases<KelpCore::KelpTriMesh>("KelpReadStl", "m.stl", KelpGraphic::KelpReadStl, {
         {"missing", kMissing, false, "stl.open", "No such file", {"locale.left"}},
         {"whole binary", binaryStl(2, 2, 0), true, "", "", {}},
-        {"short binary", binaryStl(10, 3, 20), true, "", "announces 10 triangles, the file holds 3 and 20 bytes; 7 triangles", {"stl.binary.short"}},
+        {"cut in a normal", binaryStl(10, 3, 5), true, "", "announces 10 triangles, the file holds 3 and 5 bytes; 7 triangles repeat the last corners read in full",
+         {"stl.binary.short"}},
+        {"cut in the corners", binaryStl(10, 3, 20), true, "", "the file holds 3 and 20 bytes, which end inside the next record's corners",
+         {"stl.binary.cut-corners"}},
+        {"cut in the count", binaryStl(10, 3, 49), true, "", "the file holds 3 and 49 bytes; 7 triangles", {"stl.binary.short"}},
         {"ascii", std::string("solid a\n") + kFacet + "endsolid\n", true, "", "", {}},
         {"last facet", std::string("solid a\n") + kFacet + kFacet.substr(0, kFacet.size() - 1), true, "", "last facet was dropped",
          {"stl.ascii.last-facet"}},
@@ -245,7 +255,8 @@ TEST(Report, WritersAndLifecycle) {
     EXPECT_STREQ(KelpGraphic::KelpLastReport()->reason, "ASC: cannot open the file (no path)");
 }
 
-// Every code has one name, a message, and a row in the documentation.
+// Every code has one name, a message, and a row in the documentation, and
+// every row there a code.
 TEST(Report, CodeTableMatchesTheDocumentation) {
     const std::string doc = KelpTest::readFile(KELP_REPORT_DOC);
     std::size_t count = 0;
@@ -259,6 +270,11 @@ TEST(Report, CodeTableMatchesTheDocumentation) {
                                 (KelpRecord::isReason(table[i].code) ? "reason" : "note") + " |";
         EXPECT_NE(doc.find(row), std::string::npos) << row;
     }
+    // ... and the documentation has no row of a code the table dropped.
+    std::size_t rows = 0;
+    for (std::size_t at = doc.find("\n| "); at != std::string::npos; at = doc.find("\n| ", at + 1))
+        rows += std::isdigit(static_cast<unsigned char>(doc[at + 3])) ? 1 : 0;
+    EXPECT_EQ(rows, count);
 }
 
 }  // namespace

@@ -23,6 +23,8 @@ int main(int argc, char** argv) {
     convertCommand->add_option("output", convert.output, "File to write; its extension picks the writer")->required();
     convertCommand->add_option("--format", convert.format, "Reader for the input instead of the extension's");
     convertCommand->add_flag("-q,--quiet", convert.quiet, "No output of the tool's own");
+    bool noVerify = false;
+    convertCommand->add_flag("--no-verify", noVerify, "Do not read the output back to check its counts");
 
     KelpTool::CheckOptions check;
     CLI::App* checkCommand = app.add_subcommand("check", "Read files; one line per failure or kept behaviour that changed a result");
@@ -38,5 +40,6 @@ int main(int argc, char** argv) {
     }
     if (*infoCommand) return KelpTool::runInfo(info);
     if (*checkCommand) return KelpTool::runCheck(check);
+    convert.verify = !noVerify;
     return KelpTool::runConvert(convert);
 }
