@@ -100,7 +100,7 @@ void failInstance(const PlyFile& ply, int code) {
     else if (ply.format == PlyFormatAscii)
         text += " (a value that is not a number)";
     else
-        text += " (a list too long for the record, an empty list, or a count past the file)";
+        text += " (an unread list of no items, or items past the end of the file)";
     KelpRecord::fail(Code::PlyInstance, text, at);
 }
 

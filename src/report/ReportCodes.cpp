@@ -59,11 +59,20 @@ const CodeInfo kTable[] = {
     {Code::PlyNoFaces, "ply.no-faces", "PLY: {t}"},
     {Code::PlyInstance, "ply.instance", "PLY: {t}"},
     {Code::PlyNotTriangle, "ply.not-triangle", "PLY: {t}"},
+    {Code::PlyOutOfMemory, "ply.out-of-memory",
+     "PLY: out of memory before byte {a}: the counts the file announces do not fit; what was appended stays"},
     {Code::PlyBigEndianOrder, "ply.big-endian-order",
      "PLY: binary_big_endian: int, float and double values were taken little-endian, and a stored 0 of those types fails the read"},
     {Code::PlyLittleEndianShorts, "ply.little-endian-shorts",
      "PLY: binary_little_endian: the short, ushort and uint values of element \"{t}\" were taken big-endian"},
 
+
+    {Code::PlyListPastEnd, "ply.list-past-end",
+     "PLY: byte {a}: a big-endian list of {b} items ends with the file after {c}: the missing items read as 0"},
+    {Code::PlyListCut, "ply.list-cut",
+     "PLY: byte {a}: a list of {b} items is longer than the load record's {c}: the rest are read and dropped"},
+    {Code::PlyElementWithoutProperties, "ply.element-without-properties",
+     "PLY: element \"{t}\" has no properties: each of its {a} instances appends the last one read again (zeros before the first)"},
 
     {Code::WrlOpen, "wrl.open", "VRML: cannot open the file ({t}); nothing added"},
     {Code::WrlVersion, "wrl.version", "VRML: the first line is not \"#VRML V1.0\"; nothing added"},

@@ -48,8 +48,12 @@ enum class Code : std::uint16_t {
     PlyNoFaces = 504,
     PlyInstance = 505,
     PlyNotTriangle = 506,
+    PlyOutOfMemory = 507,
     PlyBigEndianOrder = 551,
     PlyLittleEndianShorts = 552,
+    PlyListPastEnd = 553,
+    PlyListCut = 554,
+    PlyElementWithoutProperties = 555,
 
     WrlOpen = 651,
     WrlVersion = 652,

@@ -131,6 +131,12 @@ TEST(Report, Ply) {
     for (float f : {1.0f, 2.0f, 3.0f}) putF32(oneFace, f);
     oneFace += '\x03';
     for (std::uint32_t i : {0u, 0u, 0u}) putU32(oneFace, i);
+    // Count and items of a big-endian int list are taken little-endian.
+    std::string beStrip;
+    for (std::uint32_t i : {5u, 0u, 1u, 2u}) putU32(beStrip, i);
+    std::string longFace = "515";
+    for (int i = 0; i < 515; ++i) longFace += " 0";
+    longFace += "\n";
     runCases<KelpCore::KelpTriMesh>("KelpReadPly", "m.ply", KelpGraphic::KelpReadPly, {
         {"missing", kMissing, false, "ply.open", "cannot open", {}},
         {"not ply", "plx\n", false, "ply.header", "header line 1: the file does not start with \"ply\"", {}},
@@ -150,6 +156,13 @@ TEST(Report, Ply) {
         {"ushort in little endian", "ply\nformat binary_little_endian 1.0\n" + vertex + "property ushort flags\n" + face +
          "end_header\n" + oneFace.substr(0, 12) + std::string(2, '\0') + oneFace.substr(12), true, "", "element \"vertex\" were taken big-endian",
          {"ply.little-endian-shorts"}},
+        {"big-endian strip past the end", "ply\nformat binary_big_endian 1.0\n" + vertex +
+         "element tristrips 1\nproperty list int int vertex_indices\nend_header\n" + oneFace.substr(0, 12) + beStrip, true, "",
+         "a big-endian list of 5 items ends with the file after 3", {"ply.list-past-end", "ply.big-endian-order"}},
+        {"face longer than the record", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n" + longFace, true, "",
+         "a list of 515 items is longer than the load record's 512", {"ply.list-cut"}},
+        {"vertices without properties", "ply\nformat ascii 1.0\n" + vertex + face + "element vertex 2\nend_header\n1 2 3\n3 0 0 0\n", true, "",
+         "element \"vertex\" has no properties: each of its 2 instances", {"ply.element-without-properties"}},
     });
 }
 
