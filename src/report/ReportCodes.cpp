@@ -50,6 +50,10 @@ const CodeInfo kTable[] = {
     {Code::ObjExtraNormals, "obj.extra-normals", "OBJ: {a} \"vn\" lines for {b} vertices: the extra normals are dropped"},
     {Code::ObjRepeatedStatement, "obj.repeated-statement",
      "OBJ: the file ends in white space after a \"{t}\" statement: it runs once more, adding a copy of the last \"{t}\""},
+    {Code::ObjLibraryNotRegular, "obj.mtllib-not-regular",
+     "OBJ: material library \"{t}\" is not a regular file (a directory, device or pipe): read as missing"},
+    {Code::ObjTextureNotRegular, "obj.texture-not-regular",
+     "OBJ: texture \"{t}\" not loaded: not a regular file (a directory, device or pipe)"},
     {Code::ObjSideFileMissing, "obj.side-file-missing",
      "OBJ: side file \"{t}\" could not be written (side files are named with only '\\' as a separator)"},
 
@@ -65,7 +69,6 @@ const CodeInfo kTable[] = {
      "PLY: binary_big_endian: int, float and double values were taken little-endian, and a stored 0 of those types fails the read"},
     {Code::PlyLittleEndianShorts, "ply.little-endian-shorts",
      "PLY: binary_little_endian: the short, ushort and uint values of element \"{t}\" were taken big-endian"},
-
 
     {Code::PlyListPastEnd, "ply.list-past-end",
      "PLY: byte {a}: a big-endian list of {b} items ends with the file after {c}: the missing items read as 0"},

@@ -41,6 +41,8 @@ enum class Code : std::uint16_t {
     ObjExtraNormals = 455,
     ObjSideFileMissing = 456,
     ObjRepeatedStatement = 457,
+    ObjLibraryNotRegular = 458,
+    ObjTextureNotRegular = 459,
 
     PlyOpen = 501,
     PlyHeader = 502,

@@ -83,6 +83,7 @@ TEST(Report, Stl) {
     runCases<KelpCore::KelpTriMesh>("KelpReadStl", "m.stl", KelpGraphic::KelpReadStl, {
         {"missing", kMissing, false, "stl.open", "No such file", {"locale.left"}},
         {"whole binary", binaryStl(2, 2, 0), true, "", "", {}},
+        {"directory", kDirectory, false, "stl.open", "(Is a directory)", {"locale.left"}},
         {"cut in a normal", binaryStl(10, 3, 5), true, "", "announces 10 triangles, the file holds 3 and 5 bytes; 7 triangles repeat the last corners read in full",
          {"stl.binary.short"}},
         {"cut in the corners", binaryStl(10, 3, 20), true, "", "the file holds 3 and 20 bytes, which end inside the next record's corners",
@@ -105,6 +106,7 @@ TEST(Report, Stl) {
 TEST(Report, Asc) {
     runCases<KelpCore::KelpPointSet>("KelpReadAsc", "p.asc", KelpGraphic::KelpReadAsc, {
         {"missing", kMissing, false, "asc.open", "cannot open", {}},
+        {"directory", kDirectory, false, "asc.open", "(Is a directory)", {}},
         {"no final line feed", "1 2 3\n4 5 6", true, "", "", {}},
         {"final line feed", "1 2 3\n", true, "", "appended a second time", {"asc.repeated-last"}},
         {"empty", "", true, "", "one point (0, 0, 0)", {"asc.empty"}},
@@ -139,6 +141,7 @@ TEST(Report, Ply) {
     longFace += "\n";
     runCases<KelpCore::KelpTriMesh>("KelpReadPly", "m.ply", KelpGraphic::KelpReadPly, {
         {"missing", kMissing, false, "ply.open", "cannot open", {}},
+        {"directory", kDirectory, false, "ply.open", "(Is a directory)", {}},
         {"not ply", "plx\n", false, "ply.header", "header line 1: the file does not start with \"ply\"", {}},
         {"no end_header", "ply\nformat ascii 1.0\n" + vertex, false, "ply.header", "ends after line 6 without \"end_header\"", {}},
         {"double x", "ply\nformat ascii 1.0\nelement vertex 1\nproperty double x\nend_header\n", false, "ply.no-positions",
@@ -170,6 +173,7 @@ TEST(Report, Wrl) {
     const std::string head = "#VRML V1.0 ascii\n";
     runCases<KelpCore::KelpTriMesh>("KelpReadWrl", "s.wrl", KelpGraphic::KelpReadWrl, {
         {"missing", kMissing, true, "", "cannot open the file", {"wrl.open"}},
+        {"directory", kDirectory, true, "", "cannot open the file (Is a directory)", {"wrl.open"}},
         {"version 2", "#VRML V2.0 utf8\n", true, "", "not \"#VRML V1.0\"", {"wrl.version"}},
         {"parse error", head + "Separator {\n Coordinate3 { point [ 0 0 0 ] }\n", true, "", "line 4: invalid node syntax", {"wrl.parse"}},
         {"index lists", head + "Separator { IndexedFaceSet { coordIndex [ 0, 1, 2, -1 ] }\n"
@@ -196,6 +200,7 @@ TEST(Report, T3ds) {
     const std::string shininess = chunk(0x3D3D, chunk(0xAFFF, chunk(0xA040, chunk(0x0010, std::string(12, '\0')))));
     runCases<KelpCore::KelpTriMesh>("KelpRead3ds", "m.3ds", KelpGraphic::KelpRead3ds, {
         {"missing", kMissing, false, "3ds.open", "cannot open", {}},
+        {"directory", kDirectory, false, "3ds.open", "(Is a directory)", {}},
         {"not main", chunk(0x3D3D, ""), false, "3ds.not-main", "it starts with chunk 0x3D3D", {}},
         {"tiny", "MM", false, "3ds.not-main", "shorter than a chunk header", {}},
         {"cut vertex list", chunk(0x4D4D, chunk(0x3D3D, chunk(0x4000, std::string("a\0", 2) + chunk(0x4100, chunk(0x4110, vertices))))),
@@ -209,6 +214,9 @@ TEST(Report, Obj) {
     KelpTest::TempDir dir;
     KelpTest::writeFile(dir.file("t.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd tex.gif\n");
     KelpTest::writeFile(dir.file("u.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd gone.png\n");
+    KelpTest::writeFile(dir.file("w.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd folder.png\n");
+    std::filesystem::create_directory(dir.file("folder.png"));
+    std::filesystem::create_directory(dir.file("folder.mtl"));
     struct ObjCase {
         const char* label;
         std::string text;
@@ -220,6 +228,8 @@ TEST(Report, Obj) {
         {"missing library", "mtllib none.mtl\nv 0 0 0", {"obj.mtllib-missing"}, "\"none.mtl\" not found"},
         {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-extension"}, "\"tex.gif\" not loaded"},
         {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-unreadable"}, "\"gone.png\""},
+        {"library is a directory", "mtllib folder.mtl\nv 0 0 0", {"obj.mtllib-not-regular"}, "\"folder.mtl\" is not a regular file"},
+        {"texture is a directory", "mtllib w.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-not-regular"}, "\"folder.png\" not loaded: not a regular"},
         {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", {"obj.extra-normals"}, "2 \"vn\" lines for 1 vertices"},
         {"repeated vertex", "v 0 0 0\n", {"obj.repeated-statement"}, "after a \"v\" statement"},
         {"last face", "v 0 0 0\nf 1 1 1\n", {}, ""},
