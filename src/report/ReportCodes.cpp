@@ -69,7 +69,6 @@ const CodeInfo kTable[] = {
      "PLY: binary_big_endian: int, float and double values were taken little-endian, and a stored 0 of those types fails the read"},
     {Code::PlyLittleEndianShorts, "ply.little-endian-shorts",
      "PLY: binary_little_endian: the short, ushort and uint values of element \"{t}\" were taken big-endian"},
-
     {Code::PlyListPastEnd, "ply.list-past-end",
      "PLY: byte {a}: a big-endian list of {b} items ends with the file after {c}: the missing items read as 0"},
     {Code::PlyListCut, "ply.list-cut",

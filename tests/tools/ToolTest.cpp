@@ -68,6 +68,18 @@ TEST_F(Tool, ExitStatusesTellFailuresFromUsageErrors) {
     EXPECT_NE(failed.out.find("asc reader failed on"), std::string::npos) << failed.out;
     EXPECT_NE(failed.out.find("missing.asc: ASC: cannot open the file (No such file or directory)"), std::string::npos)
         << failed.out;
+    // A directory cannot be opened; the reason the library gives is printed.
+    std::filesystem::create_directory(dir.file("d.asc"));
+    KelpTest::writeFile(dir.file("a.asc"), "1 2 3");
+    for (const auto& [command, message] : {
+             std::pair<std::string, std::string>{"info " + path("d.asc"), "d.asc: ASC: cannot open the file (Is a directory)"},
+             {"convert " + path("a.asc") + " " + path("d.asc"),
+              "the asc writer failed on " + dir.file("d.asc") + ": ASC: cannot create the file (Is a directory)"},
+         }) {
+        const Result r = run(kelp(command), true);
+        EXPECT_EQ(r.status, 1) << command;
+        EXPECT_NE(r.out.find(message), std::string::npos) << r.out;
+    }
     EXPECT_EQ(run(kelp("info " + path("x.unknown"))).status, 2);
     EXPECT_EQ(run(kelp("info --format nosuch " + path("x.asc"))).status, 2);
     EXPECT_EQ(run(kelp("frobnicate")).status, 2);
