@@ -8,6 +8,7 @@
 #include "ply/PlyFile.h"
 #include "ply/PlyInstanceDecoder.h"
 #include "ply/PlyRequests.h"
+#include "report/Recorder.h"
 
 #include <algorithm>
 #include <array>
@@ -127,12 +128,24 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
 
 namespace {
 
+// Moves a file into the frame that declares it and back out when that frame
+// ends, so that the owner sees the file as the work left it.
+struct BorrowedFile {
+    explicit BorrowedFile(PlyFile& from) : file(std::move(from)), owner(from) {}
+    ~BorrowedFile() { owner = std::move(file); }
+
+    PlyFile file;
+    PlyFile& owner;
+};
+
 // Reads every element in header order into the mesh; the importer's code.
-// The file is moved into this frame: the per-instance loops then reach the
-// input's position at a fixed frame offset, not through a pointer that the
-// loop's register pressure keeps reloading.
-int readElements(PlyFile&& file, KelpTriMesh& mesh, int stripIndex) {
-    PlyFile ply(std::move(file));
+// The file is borrowed into this frame: the per-instance loops then reach
+// the input's position at a fixed frame offset rather than through a pointer
+// that the loops' register pressure keeps reloading (about six instructions
+// an instance).
+int readElements(PlyFile& owner, KelpTriMesh& mesh, int stripIndex) {
+    BorrowedFile borrowed(owner);
+    PlyFile& ply = borrowed.file;
     // The records live for the whole walk: an element that stores nothing
     // into them sees what the last instance left.
     PlyVertexRecord vertex{};
@@ -161,6 +174,8 @@ int readElements(PlyFile&& file, KelpTriMesh& mesh, int stripIndex) {
             // Nothing to read: every instance is the load record as it stands.
             // A strip record holds no strip between instances (each is freed
             // once decoded), and other elements have no record.
+            if (element.name == "vertex" || element.name == "face")
+                KelpRecord::note(KelpRecord::Code::PlyElementWithoutProperties, element.name, count);
             if (element.name == "vertex")
                 code = appendInBatches(count, makeVertexRoom(mesh, count), vertexRoom, appendVertex);
             else if (element.name == "face")
@@ -281,13 +296,14 @@ int requestProperties(PlyFile& ply, int& stripIndex) {
 
 }  // namespace
 
-int importPly(PlyFile&& ply, KelpTriMesh& mesh) {
+int importPly(PlyFile& ply, KelpTriMesh& mesh) {
     int stripIndex = -1;
     const int code = requestProperties(ply, stripIndex);
     if (code != PlyImportOk) return code;
     try {
-        return readElements(std::move(ply), mesh, stripIndex);
+        return readElements(ply, mesh, stripIndex);
     } catch (const std::bad_alloc&) {
+        KelpRecord::fail(KelpRecord::Code::PlyOutOfMemory, {}, ply.input.offset());
         // What was appended before stays; the mesh's arrays were made room
         // for ahead of every append, so they agree with its counts.
         return PlyImportBadInstance;

@@ -52,8 +52,8 @@ class PlyFile;
 
 // Reads the elements of `ply`, opened on its header, into `mesh`, appending;
 // returns the importer's code (0 on success). What was appended before a
-// failure stays. Takes the file over: it is closed on return.
-int importPly(PlyFile&& ply, KelpCore::KelpTriMesh& mesh);
+// failure stays.
+int importPly(PlyFile& ply, KelpCore::KelpTriMesh& mesh);
 
 // KelpReadPly with the importer's code: the open, then importPly. A header
 // that does not parse gives the reader's own code.

@@ -54,6 +54,7 @@ static_assert(everyTypeConvertsToItself(), "requests are checked against the fil
 // The row of a code in the tables; only for codes in 0..8.
 inline constexpr int plyTypeIndex(PlyScalarType type) { return static_cast<int>(type); }
 inline constexpr int plyTypeSize(PlyScalarType type) { return kPlyTypeSizes[plyTypeIndex(type)]; }
+inline constexpr const char* plyTypeName(PlyScalarType type) { return kPlyTypeNames[plyTypeIndex(type)]; }
 
 inline constexpr bool isValidRequestType(PlyScalarType type) {
     return plyTypeIndex(type) >= 1 && plyTypeIndex(type) <= 8;

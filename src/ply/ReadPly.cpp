@@ -4,16 +4,22 @@
 
 #include "ply/PlyFile.h"
 #include "ply/PlyImport.h"
-
-#include <utility>
+#include "ply/PlyReport.h"
+#include "report/Recorder.h"
 
 namespace KelpPly {
 
 int readPlyFile(const char* path, KelpCore::KelpTriMesh* mesh) {
-    if (!path || !mesh) return PlyImportNoPath;
     PlyFile ply;
-    if (!ply.open(path)) return ply.lastError;
-    return importPly(std::move(ply), *mesh);
+    int code = PlyImportOk;
+    const PlyReportScope report(ply, code);
+    if (!path || !mesh)
+        code = PlyImportNoPath;
+    else if (!ply.open(path))
+        code = ply.lastError;
+    else
+        code = importPly(ply, *mesh);
+    return code;
 }
 
 }  // namespace KelpPly
@@ -21,6 +27,7 @@ int readPlyFile(const char* path, KelpCore::KelpTriMesh* mesh) {
 namespace KelpGraphic {
 
 bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadPly", path, KelpRecord::Locale::Untouched);
     return KelpPly::readPlyFile(path, mesh) == KelpPly::PlyImportOk;
 }
 

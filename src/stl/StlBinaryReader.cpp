@@ -84,6 +84,7 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
         if (cut > kCornersAt)
             std::memcpy(lastCorners, block.data() + whole * kRecordBytes + kCornersAt,
                         std::min(cut - kCornersAt, kCornerBytes));
+        noteShortFile(visited, next, cut);
         break;
     }
     sink.repeat(lastCorners, visited - next);
@@ -98,6 +99,7 @@ std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file) {
     const std::uint32_t count = KelpIo::loadLe32(countBytes);
     KelpFrame::printProgress("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
+    noteHeaderCount(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
     // the three a short file repeats; a count the file cannot back does not

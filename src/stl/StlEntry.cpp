@@ -3,6 +3,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 
 #include <memory>
@@ -41,7 +42,7 @@ bool readBinary(const char* path, KelpCore::KelpTriMesh* mesh) {
     std::unique_ptr<KelpStl::SoupWelder> welder;
     {
         KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
-        if (!file) return false;  // the locale stays switched on this path
+        if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
         welder = KelpStl::readBinaryStl(file.get());
     }
     KelpFrame::switchToCLocale();
@@ -53,15 +54,14 @@ bool readBinary(const char* path, KelpCore::KelpTriMesh* mesh) {
 
 namespace KelpGraphic {
 
-// The paths that return with the locale still switched to the reader's are
-// deliberate: a file that cannot be opened, for detection or for reading.
 bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadStl", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     bool binary;
     {
         // Text mode as the detection has always used; Linux translates nothing.
         KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-        if (!file) return false;  // the locale stays switched on this path
+        if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
         binary = KelpStl::looksBinary(file.get());
     }
     KelpFrame::switchToCLocale();
