@@ -128,6 +128,15 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
 
 namespace {
 
+// One instance: the whole-instance decoder where the plan applies and the
+// instance is buffered, else the per-property routines.
+template <typename Decode>
+bool decodeOrRead(PlyFile& ply, bool planned, Decode decode, unsigned char* record) {
+    const Decoded decoded = planned ? decode() : Decoded::NotHere;
+    if (decoded == Decoded::NotHere) return ply.readInstance(record);
+    return decoded == Decoded::Ok;
+}
+
 // Moves a file into the frame that declares it and back out when that frame
 // ends, so that the owner sees the file as the work left it.
 struct BorrowedFile {
@@ -192,11 +201,8 @@ int readElements(PlyFile& owner, KelpTriMesh& mesh, int stripIndex) {
             const std::uint64_t instanceBytes = plan.usable ? plan.size : minBytes;
             const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes);
             code = appendInBatches(count, makeVertexRoom(mesh, fit), vertexRoom, [&] {
-                Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(vertex)) ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return PlyImportBadInstance;
-                return appendVertex();
+                auto decode = [&] { return decodeVertex(ply.input, plan, vertex); };
+                return decodeOrRead(ply, plan.usable, decode, asRecord(vertex)) ? appendVertex() : PlyImportBadInstance;
             });
         } else if (element.name == "face") {
             const FacePlan plan = planFaces(element, ply.format);
@@ -204,11 +210,8 @@ int readElements(PlyFile& owner, KelpTriMesh& mesh, int stripIndex) {
             const std::uint64_t faceBytes = ply.format == PlyFormat::Ascii ? 8 : minBytes + 12;
             const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes);
             code = appendInBatches(count, makeFaceRoom(mesh, fit), faceRoom, [&] {
-                Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(face)) ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return PlyImportBadInstance;
-                return appendFace();
+                auto decode = [&] { return decodeFace(ply.input, plan, face); };
+                return decodeOrRead(ply, plan.usable, decode, asRecord(face)) ? appendFace() : PlyImportBadInstance;
             });
         } else if (element.name == "tristrips") {
             const bool decodes = static_cast<int>(e) == stripIndex;
