@@ -1,0 +1,331 @@
+#include "scan/ScanCursor.h"
+
+#include <charconv>
+#include <cstring>
+#include <system_error>
+
+namespace KelpScan {
+
+namespace {
+bool isDigit(int c) { return c >= '0' && c <= '9'; }
+bool isHexDigit(int c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+int lower(int c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
+
+// A plain number is taken in place only when this much is buffered (or the
+// file ends inside the window); otherwise the byte-by-byte path runs.
+constexpr std::size_t kLookahead = 64;
+constexpr float kPow10f[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
+constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+}  // namespace
+
+void ScanCursor::skipSpace() {
+    for (;;) {
+        const unsigned char* p = in_.next();
+        const unsigned char* const end = in_.limit();
+        while (p != end && locale_.space[*p]) ++p;
+        in_.advanceTo(p);
+        if (p != end) return;
+        if (!in_.refill()) {
+            in_.setEof();
+            return;
+        }
+    }
+}
+
+bool ScanCursor::skipSpaceBeforeConversion() {
+    skipSpace();
+    return in_.available() != 0;
+}
+
+bool ScanCursor::readWordWidth(std::string& word, std::size_t width) {
+    if (!skipSpaceBeforeConversion()) return false;
+    word.clear();
+    for (;;) {
+        const unsigned char* const start = in_.next();
+        const unsigned char* p = start;
+        std::size_t room = width - word.size();
+        const unsigned char* const end = in_.available() < room ? in_.limit() : start + room;
+        while (p != end && !locale_.space[*p]) ++p;
+        word.append(reinterpret_cast<const char*>(start), static_cast<std::size_t>(p - start));
+        in_.advanceTo(p);
+        if (p != in_.limit() || word.size() == width) return true;
+        if (!in_.refill()) {
+            in_.setEof();
+            return true;
+        }
+    }
+}
+
+bool ScanCursor::readWord(std::string& word, std::size_t keep) {
+    if (!skipSpaceBeforeConversion()) return false;
+    word.clear();
+    for (;;) {
+        const unsigned char* const start = in_.next();
+        const unsigned char* p = start;
+        const unsigned char* const end = in_.limit();
+        while (p != end && !locale_.space[*p]) ++p;
+        const std::size_t room = keep - word.size();
+        const std::size_t length = static_cast<std::size_t>(p - start);
+        word.append(reinterpret_cast<const char*>(start), length < room ? length : room);
+        in_.advanceTo(p);
+        if (p != end) return true;
+        if (!in_.refill()) {
+            in_.setEof();
+            return true;
+        }
+    }
+}
+
+bool ScanCursor::skipWord() {
+    if (!skipSpaceBeforeConversion()) return false;
+    for (;;) {
+        const unsigned char* p = in_.next();
+        const unsigned char* const end = in_.limit();
+        while (p != end && !locale_.space[*p]) ++p;
+        in_.advanceTo(p);
+        if (p != end) return true;
+        if (!in_.refill()) {
+            in_.setEof();
+            return true;
+        }
+    }
+}
+
+bool ScanCursor::readLine(std::size_t capacity, const char*& line, std::size_t& length) {
+    if (capacity < 2) return false;
+    const std::size_t room = capacity - 1;
+    in_.ensure(room);
+    const std::size_t span = in_.available() < room ? in_.available() : room;
+    if (span == 0) {
+        in_.setEof();
+        return false;
+    }
+    const unsigned char* const start = in_.next();
+    const void* feed = std::memchr(start, '\n', span);
+    const unsigned char* const stop = feed ? static_cast<const unsigned char*>(feed) + 1 : start + span;
+    // Stopped by the end of the file rather than by the buffer or a line feed.
+    if (!feed && span < room) in_.setEof();
+    in_.advanceTo(stop);
+    line = reinterpret_cast<const char*>(start);
+    length = static_cast<std::size_t>(stop - start);
+    return true;
+}
+
+bool ScanCursor::skipLine() {
+    for (;;) {
+        const unsigned char* const start = in_.next();
+        const void* feed = std::memchr(start, '\n', in_.available());
+        if (feed) {
+            in_.advanceTo(static_cast<const unsigned char*>(feed) + 1);
+            return true;
+        }
+        in_.advanceTo(in_.limit());
+        if (!in_.refill()) {
+            in_.setEof();
+            return false;
+        }
+    }
+}
+
+template <typename Real>
+int ScanCursor::readPlainReal(Real& value) {
+    const unsigned char* p = in_.next();
+    const unsigned char* const end = in_.limit();
+    if (static_cast<std::size_t>(end - p) < kLookahead && !in_.exhausted()) return -1;
+    const unsigned char* const start = p;
+    const bool negative = p != end && *p == '-';
+    if (negative) ++p;
+    std::uint64_t mantissa = 0;
+    const unsigned char* const digits = p;
+    while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+    std::size_t count = static_cast<std::size_t>(p - digits);
+    std::size_t fraction = 0;
+    if (p != end && *p == '.') {
+        const unsigned char* const first = ++p;
+        while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+        fraction = static_cast<std::size_t>(p - first);
+        count += fraction;
+    }
+    // Up to 19 digits the mantissa cannot wrap.
+    if (count == 0 || count > 19) return -1;
+    if (p != end && !locale_.space[*p]) return -1;
+    Real converted;
+    // Both operands exact, one correctly rounded division: the value strtof gives.
+    constexpr std::uint64_t kExact = sizeof(Real) == sizeof(float) ? (1u << 24) : (std::uint64_t(1) << 53);
+    constexpr std::size_t kPowers = sizeof(Real) == sizeof(float) ? std::size(kPow10f) : std::size(kPow10d);
+    if (mantissa <= kExact && fraction < kPowers) {
+        if constexpr (sizeof(Real) == sizeof(float))
+            converted = static_cast<float>(mantissa) / kPow10f[fraction];
+        else
+            converted = static_cast<double>(mantissa) / kPow10d[fraction];
+        if (negative) converted = -converted;
+    } else {
+        const auto result =
+            std::from_chars(reinterpret_cast<const char*>(start), reinterpret_cast<const char*>(p), converted);
+        if (result.ec != std::errc()) return -1;
+    }
+    // A number that runs to the end of the file has read into it.
+    if (p == end) in_.setEof();
+    in_.advanceTo(p);
+    value = converted;
+    return 1;
+}
+
+template <typename Real>
+bool ScanCursor::readReal(Real& value) {
+    if (!skipSpaceBeforeConversion()) return false;
+    if (locale_.plainPoint && readPlainReal(value) == 1) return true;
+    if (!collectFloat()) return false;
+    if constexpr (sizeof(Real) == sizeof(float))
+        return float_.toFloat(value);
+    else
+        return float_.toDouble(value);
+}
+
+template bool ScanCursor::readReal(float&);
+template bool ScanCursor::readReal(double&);
+
+// Letters that must follow in "nan" or "infinity" (any case). A mismatching
+// character is consumed without push-back.
+bool ScanCursor::matchLetters(const char* letters) {
+    for (; *letters; ++letters) {
+        const int c = in_.get();
+        if (c < 0 || lower(c) != *letters) return false;
+    }
+    return true;
+}
+
+// The locale's decimal point, starting at `c`. A point of several bytes that
+// matches only in part loses the bytes matched before the mismatch.
+bool ScanCursor::matchDecimalPoint(int& c) {
+    const char* point = locale_.decimalPoint;
+    while (static_cast<unsigned char>(*point) == c) {
+        if (*++point == '\0') return true;
+        c = in_.get();
+        if (c < 0) break;
+    }
+    return false;
+}
+
+// glibc's "%f" collection, character by character, into float_. False on an
+// input or matching failure; the value is then not stored.
+bool ScanCursor::collectFloat() {
+    float_.reset();
+    int c = in_.get();
+    std::size_t collected = 0;
+    bool gotSign = false;
+    if (c == '-' || c == '+') {
+        float_.sign(c == '-');
+        gotSign = true;
+        ++collected;
+        if ((c = in_.get()) < 0) return false;
+    }
+    if (lower(c) == 'n') {
+        if (!matchLetters("an")) return false;
+        float_.nan();
+        return true;
+    }
+    if (lower(c) == 'i') {
+        if (!matchLetters("nf")) return false;
+        const int next = in_.get();
+        if (lower(next) == 'i') {
+            if (!matchLetters("nity")) return false;
+        } else {
+            in_.unget(next);
+        }
+        float_.infinity();
+        return true;
+    }
+
+    bool hex = false, gotDigit = false, gotDot = false, gotExponent = false;
+    int exponentChar = 'e';
+    int previous = 0;  // the last character collected, exponent marker in lower case
+    if (c == '0') {
+        float_.mantissaDigit(c);
+        ++collected;
+        previous = c;
+        c = in_.get();
+        if (lower(c) == 'x') {
+            float_.hexadecimal();
+            hex = true;
+            exponentChar = 'p';
+            ++collected;
+            previous = 'x';
+            c = in_.get();
+        } else {
+            gotDigit = true;
+        }
+    }
+    for (;;) {
+        if (isDigit(c) || (hex && !gotExponent && isHexDigit(c))) {
+            if (gotExponent)
+                float_.exponentDigit(c);
+            else
+                float_.mantissaDigit(c);
+            gotDigit = true;
+        } else if (gotExponent && previous == exponentChar && (c == '-' || c == '+')) {
+            float_.exponentSign(c == '-');
+        } else if (gotDigit && !gotExponent && lower(c) == exponentChar) {
+            gotExponent = gotDot = true;
+            c = exponentChar;
+        } else if (!gotDot && c >= 0 && matchDecimalPoint(c)) {
+            float_.point();
+            gotDot = true;
+        } else {
+            in_.unget(c);
+            break;
+        }
+        ++collected;
+        previous = c;
+        if ((c = in_.get()) < 0) break;
+    }
+    const std::size_t signLength = gotSign ? 1 : 0;
+    if (collected == signLength || (hex && collected == 2 + signLength)) return false;
+    return true;
+}
+
+bool ScanCursor::collectInteger() {
+    if (!skipSpaceBeforeConversion()) return false;
+    integer_.reset();
+    // In place when the digits end inside the window.
+    const unsigned char* p = in_.next();
+    const unsigned char* const end = in_.limit();
+    if (static_cast<std::size_t>(end - p) >= kLookahead || in_.exhausted()) {
+        if (p != end && (*p == '-' || *p == '+')) integer_.sign(*p++ == '-');
+        const unsigned char* const digits = p;
+        while (p != end && isDigit(*p) && p - digits < 18) integer_.digit(*p++);
+        if (p != digits && (p != end ? !isDigit(*p) : true)) {
+            if (p == end) in_.setEof();
+            in_.advanceTo(p);
+            return true;
+        }
+        integer_.reset();
+    }
+    int c = in_.get();
+    if (c == '-' || c == '+') {
+        integer_.sign(c == '-');
+        c = in_.get();
+    }
+    bool any = false;
+    for (; isDigit(c); c = in_.get()) {
+        integer_.digit(c);
+        any = true;
+    }
+    in_.unget(c);
+    return any;
+}
+
+bool ScanCursor::readInt(std::int32_t& value) {
+    if (!collectInteger()) return false;
+    value = integer_.asInt();
+    return true;
+}
+
+bool ScanCursor::readUnsigned(std::uint32_t& value) {
+    if (!collectInteger()) return false;
+    value = integer_.asUnsigned();
+    return true;
+}
+
+}  // namespace KelpScan
