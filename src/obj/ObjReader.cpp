@@ -1,4 +1,4 @@
-// OBJ reading. The file is read in one block and scanned by ObjStream, which
+// OBJ reading. The file is streamed through the scanning core, which
 // reproduces the classic loop
 //
 //     while (!feof(file)) {
@@ -15,11 +15,10 @@
 #include <KelpImageLoad.h>
 
 #include "frame/ReaderLocale.h"
-#include "io/FileBytes.h"
 #include "io/FileHandle.h"
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
-#include "obj/ObjStream.h"
+#include "scan/ScanCursor.h"
 
 #include <cstring>
 #include <string>
@@ -29,6 +28,12 @@ namespace KelpGraphic {
 
 namespace {
 constexpr std::size_t kLineField = 2048;
+// The statement word field. Longer words match no statement, so only this
+// much of a word is kept (a 1 GB word costs no more than a short one).
+constexpr std::size_t kWordField = 64;
+// A material library name longer than this cannot name a file (the system
+// refuses paths of 4096 bytes or more), so the rest of it is not kept.
+constexpr std::size_t kLibraryNameLimit = 8192;
 
 enum class Statement { MaterialLibrary, Vertex, TexCoord, Normal, Face, Other };
 
@@ -106,15 +111,16 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
         KelpFrame::switchToCLocale();
         return false;
     }
-    std::string bytes;
-    KelpIo::readRemaining(file.get(), bytes);
     const std::string objPath(path);
 
-    KelpObj::ObjStream stream(bytes.data(), bytes.data() + bytes.size());
+    KelpScan::ScanSource source(file.get());
+    // White space and the decimal point as fscanf sees them under the locale
+    // switched to above.
+    KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
     // The statement word starts empty and keeps its last value when a read
     // finds nothing; as a C string it ends at its first zero byte.
-    const char* word = "";
-    std::size_t wordLength = 0;
+    std::string word;
+    word.reserve(kWordField);
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     float uv[2] = {0.0f, 0.0f};
     std::int32_t lastIndex = 0;
@@ -123,25 +129,14 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     std::vector<KelpObj::ObjMaterial> materials;
     KelpCore::KelpImageData<unsigned char> image;
     const char* line;
-    const char* lineEnd;
+    std::size_t lineLength;
 
-    while (!stream.eof()) {
-        const char* wordBegin;
-        const char* wordEnd;
-        if (stream.readWord(wordBegin, wordEnd)) {
-            word = wordBegin;
-            const void* zero = std::memchr(wordBegin, '\0', static_cast<std::size_t>(wordEnd - wordBegin));
-            wordLength = static_cast<std::size_t>((zero ? static_cast<const char*>(zero) : wordEnd) - wordBegin);
-        }
-        switch (classify(word, wordLength)) {
+    while (!in.eof()) {
+        in.readWord(word, kWordField);
+        switch (classify(word.data(), std::strlen(word.c_str()))) {
             case Statement::MaterialLibrary: {
                 std::string name;
-                const char* nameBegin;
-                const char* nameEnd;
-                if (stream.readWord(nameBegin, nameEnd)) {
-                    name.assign(nameBegin, nameEnd);
-                    name.resize(std::strlen(name.c_str()));
-                }
+                if (in.readWord(name, kLibraryNameLimit)) name.resize(std::strlen(name.c_str()));
                 try {
                     KelpObj::loadMaterialLibrary(objPath, name, materials, image);
                 } catch (const std::exception&) {
@@ -150,28 +145,25 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
                 break;
             }
             case Statement::Vertex:
-                for (float& c : xyz) stream.readFloat(c);
+                for (float& c : xyz) in.readFloat(c);
                 mesh->addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
-                for (float& c : uv) stream.readFloat(c);
+                for (float& c : uv) in.readFloat(c);
                 if (uv[1] < 0.0f) uv[1] += 1.0f;
                 pending.texCoords.push_back({uv[0], uv[1]});
                 break;
             case Statement::Normal:
-                for (float& c : xyz) stream.readFloat(c);
+                for (float& c : xyz) in.readFloat(c);
                 pending.normals.push_back({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::Face:
-                if (stream.readLine(kLineField, line, lineEnd))
-                    KelpObj::parseFaceLine(stream, line, static_cast<std::size_t>(lineEnd - line), mesh->vertexCount,
-                                           lastIndex, corners);
-                else
-                    KelpObj::parseFaceLine(stream, "", 0, mesh->vertexCount, lastIndex, corners);
+                if (!in.readLine(kLineField, line, lineLength)) line = "", lineLength = 0;
+                KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh->vertexCount, lastIndex, corners);
                 addFan(corners, *mesh, pending);
                 break;
             case Statement::Other:
-                stream.readLine(kLineField, line, lineEnd);
+                in.readLine(kLineField, line, lineLength);
                 break;
         }
     }
