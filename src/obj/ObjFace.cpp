@@ -70,8 +70,9 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
             const bool negative = p != end && *p == '-';
             if (negative) ++p;
             const char* const digits = p;
-            std::int32_t number = 0;
-            while (p != end && isDigit(*p) && p - digits < 9) number = number * 10 + (*p++ - '0');
+            std::uint32_t number = 0;  // wraps harmlessly past 9 digits, which go to the general walk
+            while (p != end && isDigit(*p)) number = number * 10 + static_cast<std::uint32_t>(*p++ - '0');
+            if (p - digits > 9) return false;
             // Only '/', a blank or the end may follow the digits here.
             if (p != end && *p != '/' && !locale.isSpace(static_cast<unsigned char>(*p))) return false;
             const bool slash = p != end && *p == '/';
@@ -80,7 +81,7 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
                 // without digits is left to the general walk.
                 if (negative) return false;
             } else {
-                last = negative ? -number : number;
+                last = negative ? -static_cast<std::int32_t>(number) : static_cast<std::int32_t>(number);
             }
             if (p != digits || !slash) {
                 if (component == 0)

@@ -37,7 +37,10 @@ constexpr std::size_t kLibraryNameLimit = 8192;
 
 enum class Statement { MaterialLibrary, Vertex, TexCoord, Normal, Face, Other };
 
+// The word as the C string the field holds: it ends at a zero byte.
 Statement classify(const char* word, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i)
+        if (word[i] == '\0') length = i;
     switch (length) {
         case 1:
             if (word[0] == 'v') return Statement::Vertex;
@@ -117,10 +120,6 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     // White space and the decimal point as fscanf sees them under the locale
     // switched to above.
     KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
-    // The statement word starts empty and keeps its last value when a read
-    // finds nothing; as a C string it ends at its first zero byte.
-    std::string word;
-    word.reserve(kWordField);
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     float uv[2] = {0.0f, 0.0f};
     std::int32_t lastIndex = 0;
@@ -131,9 +130,14 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     const char* line;
     std::size_t lineLength;
 
+    // The statement word starts empty and keeps its last value when a read
+    // finds nothing, so the statement it names runs again.
+    Statement statement = Statement::Other;
     while (!in.eof()) {
-        in.readWord(word, kWordField);
-        switch (classify(word.data(), std::strlen(word.c_str()))) {
+        const char* word;
+        std::size_t wordLength;
+        if (in.readWord(word, wordLength, kWordField)) statement = classify(word, wordLength);
+        switch (statement) {
             case Statement::MaterialLibrary: {
                 std::string name;
                 if (in.readWord(name, kLibraryNameLimit)) name.resize(std::strlen(name.c_str()));

@@ -34,6 +34,10 @@ public:
     // `word` (zero bytes included). False when only white space is left;
     // `word` is then untouched.
     bool readWord(std::string& word, std::size_t keep);
+    // The same, without a copy where it can: [word, word + length) points
+    // into the window (or, for a word cut by a refill, into a copy of its
+    // first `keep` bytes) and stays valid until the next read.
+    bool readWord(const char*& word, std::size_t& length, std::size_t keep);
     // "%<width>s": at most `width` bytes; the rest of a longer word stays.
     bool readWordWidth(std::string& word, std::size_t width);
 
@@ -75,6 +79,7 @@ private:
 
     ScanSource& in_;
     const ScanLocale locale_;
+    std::string spill_;
     FloatText float_;
     IntegerText integer_;
 };
