@@ -201,8 +201,8 @@ private:
     }
 
     bool readMaterial(const ChunkHeader& chunk) {
-        scene_.materials.emplace_back();
-        Material3ds& material = scene_.materials.back();
+        Material3ds& material = scene_.material;
+        material = Material3ds();
         return walkChildren(chunk.end, [this, &material](const ChunkHeader& child) {
             float percent = 0.0f;
             switch (child.id) {
@@ -243,8 +243,8 @@ private:
     }
 
     bool readLight(const ChunkHeader& chunk) {
-        scene_.lights.emplace_back();
-        Light3ds& light = scene_.lights.back();
+        Light3ds& light = scene_.light;
+        light = Light3ds();
         if (!readFloats(light.position, 3)) return false;
         return walkChildren(chunk.end, [this, &light](const ChunkHeader& child) {
             switch (child.id) {
@@ -263,8 +263,8 @@ private:
     }
 
     bool readCamera(const ChunkHeader& chunk) {
-        scene_.cameras.emplace_back();
-        Camera3ds& camera = scene_.cameras.back();
+        Camera3ds& camera = scene_.camera;
+        camera = Camera3ds();
         if (!readFloats(camera.position, 3) || !readFloats(camera.target, 3) || !readFloats(&camera.bank, 1) ||
             !readFloats(&camera.lens, 1))
             return false;

@@ -9,7 +9,7 @@ namespace KelpGraphic {
 
 bool KelpRead3ds(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
-    // The records of materials, lights and cameras live for this call only.
+    // The last material, light and camera records live for this call only.
     Kelp3ds::Scene3ds scene;
     bool result = false;
     if (KelpIo::FileHandle file = KelpIo::openFile(path, "rb")) result = Kelp3ds::readChunks(file.get(), *mesh, scene);

@@ -1,7 +1,8 @@
 // The 3DS chunk walk and the records it fills besides the mesh. Only vertices
 // and triangles reach the mesh; materials, lights, cameras and scene settings
 // are read so that the walk consumes their bytes exactly and fails where they
-// are malformed, and are dropped with the scene when the read ends.
+// are malformed; only the last record of each kind is kept, and it is dropped
+// with the scene when the read ends.
 #pragma once
 
 #include <KelpCore.h>
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
-#include <vector>
 
 namespace Kelp3ds {
 
@@ -97,16 +97,19 @@ struct Scene3ds {
     std::uint32_t meshVersion = 0;
     float masterScale = 0.0f;
     Colour3ds background, ambient;
-    std::vector<Material3ds> materials;
-    std::vector<Light3ds> lights;
-    std::vector<Camera3ds> cameras;
+    // The last material, light and camera read. The mesh uses none of them,
+    // so each chunk's record replaces the one before instead of joining a
+    // list: a file of a million such chunks costs no memory per chunk.
+    Material3ds material;
+    Light3ds light;
+    Camera3ds camera;
 };
 
 // Walks the whole file from offset 0: checks that it starts with a main chunk,
 // then reads every top-level chunk, appending vertices and faces to `mesh` and
-// records to `scene`. False when the first chunk is not a main chunk or a read
-// inside a recognised chunk fails; what was appended stays. `blockSize` is the
-// read-ahead of the file buffer; results do not depend on it.
+// storing records in `scene`. False when the first chunk is not a main chunk
+// or a read inside a recognised chunk fails; what was appended stays.
+// `blockSize` is the read-ahead of the file buffer; results do not depend on it.
 bool readChunks(std::FILE* file, KelpCore::KelpTriMesh& mesh, Scene3ds& scene,
                 std::size_t blockSize = std::size_t{1} << 20);
 

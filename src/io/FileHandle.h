@@ -13,8 +13,15 @@ struct FileCloser {
 
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
-inline FileHandle openFile(const char* path, const char* mode) {
-    return FileHandle(path ? std::fopen(path, mode) : nullptr);
-}
+// std::fopen, except that a directory is a file that cannot be opened (POSIX
+// lets one be opened for reading, and then every read of it fails). Pipes,
+// FIFOs and devices open as fopen opens them.
+FileHandle openFile(const char* path, const char* mode);
+
+// True when `path` names a regular file, after symbolic links. Side files that
+// a file's content names (a material library, a texture) are opened only
+// then: a device such as /dev/zero never ends, and a FIFO blocks the open
+// until something writes to it.
+bool isRegularFile(const char* path);
 
 }  // namespace KelpIo

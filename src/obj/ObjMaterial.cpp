@@ -2,6 +2,8 @@
 
 #include <KelpImageLoad.h>
 
+#include "io/FileHandle.h"
+
 #include <cctype>
 #include <fstream>
 #include <sstream>
@@ -97,8 +99,11 @@ bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials) 
 void loadMaterialLibrary(const std::string& objPath, const std::string& libraryName,
                          std::vector<ObjMaterial>& materials, KelpCore::KelpImageData<unsigned char>& image) {
     const std::string directory = directoryOf(objPath);
-    {
-        std::ifstream library(directory + libraryName);
+    // The file's content names both side files: only regular files count,
+    // anything else (a device, a FIFO, a directory) is a missing file.
+    const std::string libraryPath = directory + libraryName;
+    if (KelpIo::isRegularFile(libraryPath.c_str())) {
+        std::ifstream library(libraryPath);
         if (!library.fail()) readMaterialLibrary(library, materials);
     }
     if (materials.empty()) return;
@@ -107,7 +112,7 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     const std::string extension = textureExtension(textureFile);
     if (extension == "JPG" || extension == "BMP" || extension == "PNG" || extension == "TIF") {
         const std::string imagePath = directory + textureFile;
-        KelpImageLoad::KelpReadImage(imagePath.c_str(), image);
+        if (KelpIo::isRegularFile(imagePath.c_str())) KelpImageLoad::KelpReadImage(imagePath.c_str(), image);
     }
 }
 

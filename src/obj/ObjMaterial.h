@@ -41,7 +41,8 @@ bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials);
 
 // The "mtllib <name>" statement: reads the library next to the OBJ file and,
 // when the first material of `materials` names a JPG, BMP, PNG or TIF file,
-// loads it (relative to the OBJ file) into `image`. Every failure is silent.
+// loads it (relative to the OBJ file) into `image`. Either file is used only
+// when it is a regular file. Every failure is silent.
 void loadMaterialLibrary(const std::string& objPath, const std::string& libraryName,
                          std::vector<ObjMaterial>& materials, KelpCore::KelpImageData<unsigned char>& image);
 

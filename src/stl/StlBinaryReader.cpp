@@ -1,7 +1,7 @@
 // Binary STL, welded as it is read. The records are read in large blocks with
-// the results of the classic one-triangle-at-a-time loop of unchecked reads:
-// once the file runs out, every remaining triangle repeats the corners of the
-// last triangle whose corners were read in full.
+// the results of the classic one-triangle-at-a-time loop of unchecked reads
+// into buffers reused from one triangle to the next: once the file runs out,
+// every remaining triangle repeats the corner buffer as the last read left it.
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
 #include "stl/StlReaders.h"
@@ -15,9 +15,9 @@ namespace KelpStl {
 namespace {
 
 constexpr std::size_t kBlockRecords = 8192;
-// A record's corners are complete once its normal and three corners arrived.
-constexpr std::size_t kCornersEnd = 12 + 36;
+// Where a record's corners start; they are 36 bytes long.
 constexpr std::size_t kCornersAt = 12;
+constexpr std::size_t kCornerBytes = 36;
 
 // The corners go from the read block straight into the welder. The soup
 // arrays (three vertices and one face per triangle) are never built, since
@@ -61,8 +61,8 @@ std::uint64_t bytesLeft(std::FILE* file) {
 
 // The read loop: whole records in blocks, then the repeats of a short file.
 void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
-    // Corners of the last triangle read in full; zero before the first one.
-    unsigned char lastCorners[36] = {};
+    // The corner buffer of the one-triangle loop; zero before the first read.
+    unsigned char lastCorners[kCornerBytes] = {};
     std::vector<unsigned char> block;
     std::uint32_t next = 0;
     while (next < visited) {
@@ -71,12 +71,19 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
         const std::size_t got = std::fread(block.data(), 1, want * kRecordBytes, file);
         const std::size_t whole = got / kRecordBytes;
         sink.records(block.data(), whole);
-        if (whole > 0) std::memcpy(lastCorners, block.data() + (whole - 1) * kRecordBytes + kCornersAt, 36);
+        if (whole > 0) std::memcpy(lastCorners, block.data() + (whole - 1) * kRecordBytes + kCornersAt, kCornerBytes);
         next += static_cast<std::uint32_t>(whole);
         if (whole == want) continue;
-        // The file ended inside this block. A record cut after its corners
-        // still delivered them; one cut earlier leaves the previous corners.
-        if (got % kRecordBytes >= kCornersEnd) std::memcpy(lastCorners, block.data() + whole * kRecordBytes + kCornersAt, 36);
+        // The file ended inside this block. The corners are one fread of
+        // three 12-byte items: a record cut inside them delivers the bytes
+        // that came over the start of the buffer (a partial item's bytes
+        // too, as glibc stores them; C leaves them unspecified), and the
+        // rest keeps the previous triangle's bytes. A cut inside the normal
+        // reads no corner at all.
+        const std::size_t cut = got % kRecordBytes;
+        if (cut > kCornersAt)
+            std::memcpy(lastCorners, block.data() + whole * kRecordBytes + kCornersAt,
+                        std::min(cut - kCornersAt, kCornerBytes));
         break;
     }
     sink.repeat(lastCorners, visited - next);

@@ -7,8 +7,32 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
 #include <string>
 #include <vector>
+
+// Heap bytes in use and their peak, for the memory a walk keeps.
+namespace {
+std::atomic<std::size_t> liveBytes{0}, peakBytes{0};
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* block = std::malloc(size == 0 ? 1 : size);
+    if (!block) throw std::bad_alloc();
+    const std::size_t live = liveBytes += malloc_usable_size(block);
+    for (std::size_t peak = peakBytes; live > peak && !peakBytes.compare_exchange_weak(peak, live);) {}
+    return block;
+}
+void operator delete(void* block) noexcept {
+    if (!block) return;
+    liveBytes -= malloc_usable_size(block);
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 using KelpCore::KelpTriMesh;
 using KelpCore::Vec3f;
@@ -126,13 +150,12 @@ TEST_F(Read3ds, EveryChunkKindIsReadByteExactlyAndEveryTruncationFails) {
     EXPECT_EQ(r.mesh.faces, (std::vector<Vec3u>{{0, 1, 2}, {2, 1, 0}, {0, 1, 2}}));
     EXPECT_EQ(r.mesh.vertices[5], (Vec3f{7, 1, 0}));
     EXPECT_EQ(r.scene.ambient.g, 128 / 255.0f);
-    ASSERT_EQ(r.scene.materials.size() + r.scene.lights.size() + r.scene.cameras.size(), 3u);
-    const Material3ds& m = r.scene.materials[0];
+    const Material3ds& m = r.scene.material;
     EXPECT_EQ(m.name, std::string(256, 'n'));  // names keep 256 characters
     EXPECT_EQ(m.shininess, 0.5f * 300.0f);
     EXPECT_EQ(m.textureMap + m.bumpMap, "w.pngb.png");
-    EXPECT_FALSE(r.scene.lights[0].on);
-    EXPECT_EQ(r.scene.cameras[0].farRange, 1000.0f);
+    EXPECT_FALSE(r.scene.light.on);
+    EXPECT_EQ(r.scene.camera.farRange, 1000.0f);
 
     for (std::size_t length = 0; length < good.size(); ++length)
         EXPECT_FALSE(read(good.substr(0, length)).result) << length;
@@ -193,6 +216,25 @@ TEST_F(Read3ds, DeepOrManyChunksDoNotRecurse) {
     std::string many;
     for (int i = 0; i < 1'000'000; ++i) many += chunkWithLength(0x7777, 0);
     EXPECT_TRUE(read(file3ds(many + triangleObject(0))).result);
+}
+
+TEST_F(Read3ds, RecordsThatTheMeshDoesNotUseCostNothingPerChunk) {
+    // 60,000 each of materials (named, with a colour), lights and cameras:
+    // over 10 MB had each chunk kept its record.
+    std::string records;
+    const std::string material =
+        chunk(kMaterial3ds, chunk(kMaterialName3ds, name("m")) + chunk(kMaterialDiffuse3ds, chunk(kColourBytes3ds, "abc")));
+    const std::string light = object("l", chunk(kLight3ds, floats({1, 2, 3})));
+    const std::string camera = object("c", chunk(kCamera3ds, floats({1, 2, 3, 4, 5, 6, 0, 35})));
+    for (int i = 0; i < 60'000; ++i) records += material + light + camera;
+    KelpTest::writeFile(path, file3ds(records + triangleObject(0)));
+    KelpTriMesh mesh;
+    Scene3ds scene;
+    KelpIo::FileHandle file = KelpIo::openFile(path.c_str(), "rb");
+    const std::size_t before = peakBytes = liveBytes.load();
+    EXPECT_TRUE(readChunks(file.get(), mesh, scene, 64 * 1024));
+    EXPECT_EQ(mesh.vertexCount, 3u);
+    EXPECT_LT(peakBytes - before, 256u * 1024u);  // the read buffer and one record of each kind
 }
 
 TEST_F(Read3ds, EntryPointAppendsAndPutsTheLocaleBack) {

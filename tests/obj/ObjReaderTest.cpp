@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <filesystem>
+
 #include <string>
 
 using KelpCore::KelpTriMesh;
@@ -84,6 +88,39 @@ TEST(ObjReader, TextureComesFromTheFirstMaterial) {
     for (const auto& c : cases) {
         KelpTest::writeFile(dir.file("m.mtl"), c.library);
         EXPECT_EQ(readText(dir, "mtllib m.mtl\nvt 0 0\n").hasTexture, c.loads) << c.library;
+    }
+}
+
+// File content names the material library and the texture: a device, a FIFO
+// or a directory there counts as a missing file (/dev/zero would be read
+// without end, a FIFO without a writer would block the read for ever).
+TEST(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
+    KelpTest::LocaleGuard guard;
+    KelpTest::TempDir dir;
+    ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
+    std::filesystem::create_symlink("/dev/zero", dir.file("zero.mtl"));
+    std::filesystem::create_symlink("/dev/zero", dir.file("zero.jpg"));
+    std::filesystem::create_directory(dir.file("dir.png"));
+    ASSERT_EQ(mkfifo(dir.file("fifo.mtl").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(dir.file("fifo.png").c_str(), 0600), 0);
+    const std::string body = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nf 1/1 2/1 3/1\n";
+    const struct {
+        const char* library;  // written as m.mtl; empty: the OBJ names `mtllib`
+        const char* mtllib;
+        bool loads;
+    } cases[] = {
+        {"", "zero.mtl", false},
+        {"", "fifo.mtl", false},
+        {"newmtl m\nmap_Kd zero.jpg\n", "m.mtl", false},
+        {"newmtl m\nmap_Kd fifo.png\n", "m.mtl", false},
+        {"newmtl m\nmap_Kd dir.png\n", "m.mtl", false},
+        {"newmtl m\nmap_Kd t.png\n", "m.mtl", true},
+    };
+    for (const auto& c : cases) {
+        if (*c.library) KelpTest::writeFile(dir.file("m.mtl"), c.library);
+        const KelpTriMesh mesh = readText(dir, "mtllib " + std::string(c.mtllib) + "\n" + body);
+        EXPECT_EQ(mesh.hasTexture, c.loads) << c.mtllib << ": " << c.library;
+        EXPECT_EQ(mesh.faceCount, 1u) << c.mtllib << ": " << c.library;
     }
 }
 

@@ -121,13 +121,27 @@ std::pair<std::string, std::vector<Vec3u>> firstAppearance(const std::vector<Vec
     return {positions, faces};
 }
 
-TEST_F(Stl, ShortBinaryFileRepeatsTheLastCornersReadInFull) {
+TEST_F(Stl, ShortBinaryFileRepeatsTheCornerBufferAsTheLastReadLeftIt) {
     const std::string file = binaryStl(4, {kA, kC, kB});
-    // A record cut after its corners still delivered them; one cut earlier did not.
+    // The corners are one read into a buffer that every triangle reuses: a
+    // cut inside them replaces the buffer's start with the bytes that came
+    // (a partial float included) and keeps the previous triangle's rest.
+    // Here 35 of kB's 36 bytes come and the last byte stays kC's: the top
+    // byte 0x40 of 5.0f turns the last z into 2.0f.
+    const Triangle mixed{{{1, 0, 0}, {1, 1, 0}, {0, 1, 2}}};
     const std::pair<std::size_t, std::vector<Vec3f>> cuts[] = {
         {84 + 100 + 48, soupOf({kA, kC, kB, kB})},
-        {84 + 100 + 47, soupOf({kA, kC, kC, kC})},
-        {84 + 30, std::vector<Vec3f>(12, Vec3f{0, 0, 0})},
+        {84 + 100 + 47, soupOf({kA, kC, mixed, mixed})},
+        {84 + 100 + 16, soupOf({kA, kC, {{{1, 5, 5}, {6, 5, 5}, {5, 6, 5}}}, {{{1, 5, 5}, {6, 5, 5}, {5, 6, 5}}}})},
+        // Cut inside the normal or the attribute count: the corners are as
+        // the last corner read left them.
+        {84 + 100 + 12, soupOf({kA, kC, kC, kC})},
+        {84 + 100 + 5, soupOf({kA, kC, kC, kC})},
+        {84 + 50 + 49, soupOf({kA, kC, kC, kC})},
+        // Before the first triangle the buffer holds zeros: kA's first 18
+        // corner bytes, (0, 0, 0), then x = 1 and half of y, over zeros.
+        {84 + 30, soupOf(std::vector<Triangle>(4, Triangle{{{0, 0, 0}, {1, 0, 0}, {0, 0, 0}}}))},
+        {84 + 12, std::vector<Vec3f>(12, Vec3f{0, 0, 0})},
     };
     for (const auto& [size, soup] : cuts) {
         KelpTriMesh mesh;
@@ -210,8 +224,9 @@ TEST_F(Stl, WeldingWhileReadingMergesExactlyTheBitIdenticalCorners) {
     std::uniform_real_distribution<float> coordinate(-1.0f, 1.0f);
     const float specials[] = {0.0f, -0.0f, NAN, -NAN, 1.0f, std::nextafter(1.0f, 2.0f), 1e30f, -INFINITY};
     // Palettes of half as many positions as corners give many duplicates. The
-    // large files span several read blocks and grow the table; they end inside
-    // record 15000, so that record 14999 repeats.
+    // large files span several read blocks and grow the table; they end 28
+    // bytes into the corners of record 15000, whose first two corners and x
+    // then repeat over the rest of record 14999's.
     for (const std::uint32_t size : {1, 2, 50, 300, 1000, 3000, 20000, 20000}) {
         std::vector<Vec3f> palette(size * 3 / 2 + 1);
         for (Vec3f& p : palette)
@@ -224,7 +239,9 @@ TEST_F(Stl, WeldingWhileReadingMergesExactlyTheBitIdenticalCorners) {
         std::string bytes = binaryStl(size, triangles);
         if (size > 15000) {
             bytes.resize(84 + 50 * 15000 + 40);
-            std::fill(triangles.begin() + 15000, triangles.end(), triangles[14999]);
+            const Triangle mixed{triangles[15000][0], triangles[15000][1],
+                                 Vec3f{triangles[15000][2][0], triangles[14999][2][1], triangles[14999][2][2]}};
+            std::fill(triangles.begin() + 15000, triangles.end(), mixed);
         }
         KelpTriMesh mesh;
         printed([&] { KelpStl::readBinaryStl(write(bytes), &mesh); });

@@ -20,6 +20,7 @@ struct ConvertOptions {
     std::string input, output;
     std::string format;  // of the input; empty: by extension
     bool quiet = false;
+    bool verify = true;  // read the output back and compare its counts
 };
 
 int runInfo(const InfoOptions& options);

@@ -1,7 +1,9 @@
 #include "Commands.h"
 #include "FormatTable.h"
 #include "Loading.h"
+#include "OutputCheck.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -73,15 +75,34 @@ int runConvert(const ConvertOptions& options) {
     auto loaded = std::make_unique<Loaded>();
     load(options.input, *source, *loaded);
     if (!loaded->ok) {
-        std::fprintf(stderr, "kelp: the %s reader failed on %s\n", source->name.c_str(), options.input.c_str());
+        reportReadFailure(options.input, *loaded);
         return kFileFailed;
     }
-    if (!write(*target, options.output, *loaded)) {
-        std::fprintf(stderr, "kelp: the %s writer failed on %s\n", target->name.c_str(), options.output.c_str());
+    bool written = false;
+    std::string thrown;
+    try {
+        written = write(*target, options.output, *loaded);
+    } catch (...) {
+        thrown = ": " + currentExceptionText();
+    }
+    if (!written) {
+        std::fprintf(stderr, "kelp: the %s writer failed on %s%s\n", target->name.c_str(), options.output.c_str(),
+                     thrown.c_str());
         return kFileFailed;
+    }
+    const Summary s = loaded->summary(options.input);
+    const std::uint32_t faces = target->name == "stl" ? loaded->mesh.recordedFaceCount : s.faces;
+    // The source is released before the output is read back.
+    loaded.reset();
+    if (options.verify) {
+        const std::string problem =
+            checkOutput(*target, options.output, expectedOutput(*target, s.vertices, faces));
+        if (!problem.empty()) {
+            std::fprintf(stderr, "kelp: %s was not written in full: %s\n", options.output.c_str(), problem.c_str());
+            return kFileFailed;
+        }
     }
     if (!options.quiet) {
-        const Summary s = loaded->summary(options.input);
         std::printf("converted %s (%s, %u vertices", options.input.c_str(), source->name.c_str(), s.vertices);
         if (s.isMesh) std::printf(", %u faces", s.faces);
         std::printf(") to %s (%s)\n", options.output.c_str(), target->name.c_str());

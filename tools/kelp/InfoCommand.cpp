@@ -42,7 +42,7 @@ int runInfo(const InfoOptions& options) {
         auto loaded = std::make_unique<Loaded>();
         load(path, *chosen[i], *loaded);
         if (!loaded->ok) {
-            std::fprintf(stderr, "kelp: the %s reader failed on %s\n", chosen[i]->name.c_str(), path.c_str());
+            reportReadFailure(path, *loaded);
             status = kFileFailed;
         }
         Summary summary = loaded->summary(path);

@@ -5,11 +5,14 @@
 #include "FormatTable.h"
 #include "Summary.h"
 
+#include <string>
+
 namespace KelpTool {
 
 struct Loaded {
     const Format* format = nullptr;
     bool ok = false;
+    std::string thrown;  // what the reader threw, if it threw; it then counts as failed
     double seconds = 0.0;
     KelpCore::KelpTriMesh mesh;     // filled by mesh formats
     KelpCore::KelpPointSet points;  // filled by point formats
@@ -19,6 +22,15 @@ struct Loaded {
 };
 
 // Reads `path` with `format`'s reader into a fresh container, timing the call.
+// Some readers let a failed allocation through (an STL header may announce
+// billions of triangles): that is caught, the file counts as failed with the
+// reason in `thrown`, and the container is left empty.
 void load(const std::string& path, const Format& format, Loaded& loaded);
+
+// "kelp: the <format> reader failed on <path>[: <reason>]" on standard error.
+void reportReadFailure(const std::string& path, const Loaded& loaded);
+
+// The text of the exception being handled; call only inside a catch block.
+std::string currentExceptionText();
 
 }  // namespace KelpTool

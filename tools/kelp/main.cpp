@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
     convertCommand->add_option("output", convert.output, "File to write; its extension picks the writer")->required();
     convertCommand->add_option("--format", convert.format, "Reader for the input instead of the extension's");
     convertCommand->add_flag("-q,--quiet", convert.quiet, "No output of the tool's own");
+    bool noVerify = false;
+    convertCommand->add_flag("--no-verify", noVerify, "Do not read the output back to check its counts");
 
     try {
         app.parse(argc, argv);
@@ -30,5 +32,6 @@ int main(int argc, char** argv) {
         return status == 0 ? KelpTool::kSuccess : KelpTool::kUsageError;
     }
     if (*infoCommand) return KelpTool::runInfo(info);
+    convert.verify = !noVerify;
     return KelpTool::runConvert(convert);
 }
