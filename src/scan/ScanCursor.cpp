@@ -1,6 +1,8 @@
 #include "scan/ScanCursor.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <system_error>
 
@@ -38,18 +40,24 @@ bool ScanCursor::skipSpaceBeforeConversion() {
     return in_.available() != 0;
 }
 
-bool ScanCursor::readWordWidth(std::string& word, std::size_t width) {
+// One word: at most `width` bytes consumed (a longer word stays for the next
+// read), the first `keep` of them stored when `word` is given.
+bool ScanCursor::takeWord(std::string* word, std::size_t width, std::size_t keep) {
     if (!skipSpaceBeforeConversion()) return false;
-    word.clear();
+    if (word) word->clear();
+    std::size_t taken = 0;
     for (;;) {
         const unsigned char* const start = in_.next();
-        const unsigned char* p = start;
-        std::size_t room = width - word.size();
+        const std::size_t room = width - taken;
         const unsigned char* const end = in_.available() < room ? in_.limit() : start + room;
+        const unsigned char* p = start;
         while (p != end && !locale_.space[*p]) ++p;
-        word.append(reinterpret_cast<const char*>(start), static_cast<std::size_t>(p - start));
+        const std::size_t length = static_cast<std::size_t>(p - start);
+        if (word && word->size() < keep)
+            word->append(reinterpret_cast<const char*>(start), std::min(length, keep - word->size()));
+        taken += length;
         in_.advanceTo(p);
-        if (p != in_.limit() || word.size() == width) return true;
+        if (p != in_.limit() || taken == width) return true;
         if (!in_.refill()) {
             in_.setEof();
             return true;
@@ -57,25 +65,9 @@ bool ScanCursor::readWordWidth(std::string& word, std::size_t width) {
     }
 }
 
-bool ScanCursor::readWord(std::string& word, std::size_t keep) {
-    if (!skipSpaceBeforeConversion()) return false;
-    word.clear();
-    for (;;) {
-        const unsigned char* const start = in_.next();
-        const unsigned char* p = start;
-        const unsigned char* const end = in_.limit();
-        while (p != end && !locale_.space[*p]) ++p;
-        const std::size_t room = keep - word.size();
-        const std::size_t length = static_cast<std::size_t>(p - start);
-        word.append(reinterpret_cast<const char*>(start), length < room ? length : room);
-        in_.advanceTo(p);
-        if (p != end) return true;
-        if (!in_.refill()) {
-            in_.setEof();
-            return true;
-        }
-    }
-}
+bool ScanCursor::readWordWidth(std::string& word, std::size_t width) { return takeWord(&word, width, width); }
+bool ScanCursor::readWord(std::string& word, std::size_t keep) { return takeWord(&word, SIZE_MAX, keep); }
+bool ScanCursor::skipWord() { return takeWord(nullptr, SIZE_MAX, 0); }
 
 bool ScanCursor::readWord(const char*& word, std::size_t& length, std::size_t keep) {
     if (!skipSpaceBeforeConversion()) return false;
@@ -94,21 +86,6 @@ bool ScanCursor::readWord(const char*& word, std::size_t& length, std::size_t ke
     word = spill_.data();
     length = spill_.size();
     return true;
-}
-
-bool ScanCursor::skipWord() {
-    if (!skipSpaceBeforeConversion()) return false;
-    for (;;) {
-        const unsigned char* p = in_.next();
-        const unsigned char* const end = in_.limit();
-        while (p != end && !locale_.space[*p]) ++p;
-        in_.advanceTo(p);
-        if (p != end) return true;
-        if (!in_.refill()) {
-            in_.setEof();
-            return true;
-        }
-    }
 }
 
 bool ScanCursor::readLine(std::size_t capacity, const char*& line, std::size_t& length) {

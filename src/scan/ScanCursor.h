@@ -66,6 +66,7 @@ private:
     // Skips white space before a conversion; false (end-of-file set) when
     // the input ends first.
     bool skipSpaceBeforeConversion();
+    bool takeWord(std::string* word, std::size_t width, std::size_t keep);
     template <typename Real>
     bool readReal(Real& value);
     // The one-pass path for plain "-?digits[.digits]" followed by white
