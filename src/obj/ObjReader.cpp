@@ -80,9 +80,16 @@ void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh,
             pending.faceTexCoords.push_back({t[0], t[i], t[i + 1]});
 }
 
-void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
+void moveNormals(std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
     if (normals.empty()) return;
     mesh.vertexAttributes |= KelpCore::KelpAttributeNormals;
+    if (mesh.vertexNormals.empty()) {
+        // Nothing of the mesh's own to keep: the list becomes the array, with
+        // no second copy of it (new elements are zero either way).
+        normals.resize(mesh.vertexCount);
+        mesh.vertexNormals = std::move(normals);
+        return;
+    }
     mesh.vertexNormals.resize(mesh.vertexCount);
     // The i-th "vn" belongs to the i-th vertex; normals beyond the vertices are dropped.
     const std::size_t count = normals.size() < mesh.vertexNormals.size() ? normals.size() : mesh.vertexNormals.size();
