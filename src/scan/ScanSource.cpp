@@ -25,6 +25,15 @@ ScanSource::ScanSource(const char* begin, const char* end) : chunk_(0), exhauste
 }
 
 bool ScanSource::fillTo(std::size_t count) {
+    // A caller that needs more than the window holds (a binary record read
+    // whole) widens it to that, once; the size stays bounded by the request.
+    if (count + kMaxLookahead + 1 > window_.size() && !exhausted_) {
+        const std::size_t at = static_cast<std::size_t>(pos_ - window_.data());
+        const std::size_t to = static_cast<std::size_t>(end_ - window_.data());
+        window_.resize(count + chunk_ + kMaxLookahead + 1);
+        pos_ = window_.data() + at;
+        end_ = window_.data() + to;
+    }
     while (available() < count)
         if (!refill()) return false;
     return true;

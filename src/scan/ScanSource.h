@@ -17,8 +17,8 @@ public:
     // Bytes asked of the file per refill. Tests and fuzz builds shrink it (see
     // setChunkForTesting) so that refills fall inside tokens.
     static constexpr std::size_t kDefaultChunk = std::size_t(1) << 18;
-    // The most a caller may ask to see at once (ensure); the window never
-    // grows beyond chunk + this.
+    // Room kept beyond a refill for what a caller asks to see at once
+    // (ensure); a larger request widens the window to it.
     static constexpr std::size_t kMaxLookahead = 4096;
 
     explicit ScanSource(std::FILE* file);
@@ -48,8 +48,8 @@ public:
 
     // Reads more into the window; false when the file has nothing more.
     bool refill();
-    // Makes `count` bytes (at most kMaxLookahead) visible unless the file ends
-    // first; returns whether they are there.
+    // Makes `count` bytes visible unless the file ends first; returns whether
+    // they are there.
     bool ensure(std::size_t count) { return available() >= count || fillTo(count); }
 
     // No byte beyond the window will ever come.
