@@ -1,10 +1,8 @@
 #include "scan/ScanCursor.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <system_error>
 
 namespace KelpScan {
 
@@ -16,9 +14,6 @@ int lower(int c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
 // A plain number is taken in place only when this much is buffered (or the
 // file ends inside the window); otherwise the byte-by-byte path runs.
 constexpr std::size_t kLookahead = 64;
-constexpr float kPow10f[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
-constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 }  // namespace
 
 void ScanCursor::skipSpace() {
@@ -126,44 +121,16 @@ bool ScanCursor::skipLine() {
 
 template <typename Real>
 int ScanCursor::readPlainReal(Real& value) {
-    const unsigned char* p = in_.next();
+    const unsigned char* const start = in_.next();
     const unsigned char* const end = in_.limit();
-    if (static_cast<std::size_t>(end - p) < kLookahead && !in_.exhausted()) return -1;
-    const unsigned char* const start = p;
-    const bool negative = p != end && *p == '-';
-    if (negative) ++p;
-    std::uint64_t mantissa = 0;
-    const unsigned char* const digits = p;
-    while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-    std::size_t count = static_cast<std::size_t>(p - digits);
-    std::size_t fraction = 0;
-    if (p != end && *p == '.') {
-        const unsigned char* const first = ++p;
-        while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-        fraction = static_cast<std::size_t>(p - first);
-        count += fraction;
-    }
-    // Up to 19 digits the mantissa cannot wrap.
-    if (count == 0 || count > 19) return -1;
-    if (p != end && !locale_.space[*p]) return -1;
+    if (static_cast<std::size_t>(end - start) < kLookahead && !in_.exhausted()) return -1;
     Real converted;
-    // Both operands exact, one correctly rounded division: the value strtof gives.
-    constexpr std::uint64_t kExact = sizeof(Real) == sizeof(float) ? (1u << 24) : (std::uint64_t(1) << 53);
-    constexpr std::size_t kPowers = sizeof(Real) == sizeof(float) ? std::size(kPow10f) : std::size(kPow10d);
-    if (mantissa <= kExact && fraction < kPowers) {
-        if constexpr (sizeof(Real) == sizeof(float))
-            converted = static_cast<float>(mantissa) / kPow10f[fraction];
-        else
-            converted = static_cast<double>(mantissa) / kPow10d[fraction];
-        if (negative) converted = -converted;
-    } else {
-        const auto result =
-            std::from_chars(reinterpret_cast<const char*>(start), reinterpret_cast<const char*>(p), converted);
-        if (result.ec != std::errc()) return -1;
-    }
+    const unsigned char* stop;
+    if (!convertPlainNumber(start, end, converted, stop)) return -1;
+    if (stop != end && !locale_.space[*stop]) return -1;
     // A number that runs to the end of the file has read into it.
-    if (p == end) in_.setEof();
-    in_.advanceTo(p);
+    if (stop == end) in_.setEof();
+    in_.advanceTo(stop);
     value = converted;
     return 1;
 }
@@ -179,6 +146,7 @@ bool ScanCursor::readReal(Real& value) {
         return float_.toDouble(value);
 }
 
+template int ScanCursor::readPlainReal(float&);
 template bool ScanCursor::readReal(float&);
 template bool ScanCursor::readReal(double&);
 

@@ -1,5 +1,7 @@
 #include "scan/ScanNumber.h"
 
+#include "scan/ScanCursor.h"
+
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -11,6 +13,12 @@
 namespace KelpScan {
 
 namespace {
+constexpr float kPow10f[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
+constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+bool isDigit(int c) { return c >= '0' && c <= '9'; }
+
 locale_t cLocale() {
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
     return locale;
@@ -116,6 +124,54 @@ std::uint32_t IntegerText::asUnsigned() const {
     // negates in unsigned arithmetic.
     const std::uint64_t result = overflow_ ? kUnsignedMax : negative_ ? 0 - magnitude_ : magnitude_;
     return static_cast<std::uint32_t>(result);
+}
+
+template <typename Real>
+bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
+                        const unsigned char*& stop) {
+    const unsigned char* p = begin;
+    const bool negative = p != end && *p == '-';
+    if (negative) ++p;
+    std::uint64_t mantissa = 0;
+    const unsigned char* const digits = p;
+    while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+    std::size_t count = static_cast<std::size_t>(p - digits);
+    std::size_t fraction = 0;
+    if (p != end && *p == '.') {
+        const unsigned char* const first = ++p;
+        while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+        fraction = static_cast<std::size_t>(p - first);
+        count += fraction;
+    }
+    // Up to 19 digits the mantissa cannot wrap.
+    if (count == 0 || count > 19) return false;
+    Real converted;
+    // Both operands exact, one correctly rounded division: the value strtof gives.
+    constexpr std::uint64_t kExact = sizeof(Real) == sizeof(float) ? (1u << 24) : (std::uint64_t(1) << 53);
+    constexpr std::size_t kPowers = sizeof(Real) == sizeof(float) ? std::size(kPow10f) : std::size(kPow10d);
+    if (mantissa <= kExact && fraction < kPowers) {
+        if constexpr (sizeof(Real) == sizeof(float))
+            converted = static_cast<float>(mantissa) / kPow10f[fraction];
+        else
+            converted = static_cast<double>(mantissa) / kPow10d[fraction];
+        if (negative) converted = -converted;
+    } else {
+        const auto result =
+            std::from_chars(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(p), converted);
+        if (result.ec != std::errc()) return false;
+    }
+    value = converted;
+    stop = p;
+    return true;
+}
+
+template bool convertPlainNumber(const unsigned char*, const unsigned char*, float&, const unsigned char*&);
+template bool convertPlainNumber(const unsigned char*, const unsigned char*, double&, const unsigned char*&);
+
+bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value) {
+    ScanSource text(begin, end);
+    ScanCursor cursor(text, locale);
+    return cursor.readFloat(value);
 }
 
 bool scanIntText(const char* begin, const char* end, const bool (&space)[256], std::int32_t& value) {

@@ -12,6 +12,8 @@
 
 namespace KelpScan {
 
+struct ScanLocale;
+
 class FloatText {
 public:
     void reset();
@@ -84,9 +86,20 @@ private:
     bool overflow_ = false;
 };
 
+// The one-pass path for a plain "-?digits[.digits]" (at most 19 digits) at
+// [begin, end): true with `value` converted exactly and `stop` after the
+// number; false, nothing converted, for any other shape or a result that
+// needs the general conversion. The caller decides what may follow.
+template <typename Real>
+bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
+                        const unsigned char*& stop);
+
 // "%d" on a C string in memory (sscanf): optional white space, sign and
 // digits from [begin, end); a zero byte ends the text. False when no digit
 // follows.
 bool scanIntText(const char* begin, const char* end, const bool (&space)[256], std::int32_t& value);
+
+// "%f" on a text in memory (sscanf) under `locale`: true when a value was stored.
+bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value);
 
 }  // namespace KelpScan

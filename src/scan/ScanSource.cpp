@@ -13,15 +13,12 @@ void ScanSource::setChunkForTesting(std::size_t chunk) { chunkOverride = chunk; 
 ScanSource::ScanSource(std::FILE* file)
     : file_(file), chunk_(chunkOverride ? chunkOverride : kDefaultChunk), exhausted_(file == nullptr) {
     window_.resize(chunk_ + kMaxLookahead + 1);
-    pos_ = end_ = window_.data();
+    pos_ = end_ = base_ = window_.data();
 }
 
 ScanSource::ScanSource(const char* begin, const char* end) : chunk_(0), exhausted_(true) {
-    // The text is copied so that the window owns what it points into; used
-    // for short texts (lines, tests).
-    window_.assign(begin, end);
-    pos_ = window_.data();
-    end_ = pos_ + window_.size();
+    pos_ = base_ = reinterpret_cast<const unsigned char*>(begin);
+    end_ = reinterpret_cast<const unsigned char*>(end);
 }
 
 bool ScanSource::fillTo(std::size_t count) {
@@ -32,6 +29,7 @@ bool ScanSource::fillTo(std::size_t count) {
         const std::size_t to = static_cast<std::size_t>(end_ - window_.data());
         window_.resize(count + chunk_ + kMaxLookahead + 1);
         pos_ = window_.data() + at;
+        base_ = window_.data();
         end_ = window_.data() + to;
     }
     while (available() < count)

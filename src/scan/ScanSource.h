@@ -2,7 +2,8 @@
 // on, so that no reader holds a whole file: memory stays the same for a file
 // of 1 KB and one of 1 GB, and pipes, FIFOs and endless devices read like
 // regular files. A text in memory can be scanned through the same interface
-// (then nothing is ever refilled).
+// (then nothing is ever refilled and nothing is copied: the text must outlive
+// the source).
 #pragma once
 
 #include <cstddef>
@@ -59,7 +60,7 @@ public:
     void setEof() { eof_ = true; }
 
     // Bytes consumed so far (stdio's ftell on a file read from its start).
-    std::uint64_t offset() const { return consumedBefore_ + static_cast<std::uint64_t>(pos_ - window_.data()); }
+    std::uint64_t offset() const { return consumedBefore_ + static_cast<std::uint64_t>(pos_ - base_); }
 
     // The refill size that new sources take; 0 restores the default.
     static void setChunkForTesting(std::size_t chunk);
@@ -70,6 +71,7 @@ private:
     std::FILE* file_ = nullptr;
     std::size_t chunk_;
     std::vector<unsigned char> window_;
+    const unsigned char* base_ = nullptr;  // where offset() counts from
     const unsigned char* pos_ = nullptr;
     const unsigned char* end_ = nullptr;
     std::uint64_t consumedBefore_ = 0;
