@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -27,6 +28,8 @@ using KelpCore::KelpTriMesh;
 template <typename Read>
 void readThroughFifo(const std::string& fifo, const std::string& text, std::size_t size, char fill, Read read) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    // A reader that stops early closes the FIFO under the writer.
+    std::signal(SIGPIPE, SIG_IGN);
     std::thread writer([&] {
         std::FILE* out = std::fopen(fifo.c_str(), "wb");
         if (!out) return;
@@ -79,6 +82,8 @@ TEST(ScanStreaming, FifosReadLikeRegularFiles) {
 
 // 128 MiB of one word, one line or one number through a FIFO: each reader
 // gives the described result and its memory does not grow with the input.
+// (KelpReadStl opens its file twice, for the detection and for the read, so
+// it cannot take a FIFO; its ASCII reader scans through the same core.)
 TEST(ScanStreaming, HugeWordsAndLinesKeepMemoryFlat) {
     KelpTest::LocaleGuard guard;
     KelpTest::TempDir dir;
@@ -99,9 +104,6 @@ TEST(ScanStreaming, HugeWordsAndLinesKeepMemoryFlat) {
                     [&] { EXPECT_TRUE(KelpGraphic::KelpReadDxf(fifo.c_str(), &points)); });
     EXPECT_EQ(points.vertexCount, 0u);
 
-    KelpTriMesh stl;  // a corner number that runs to the end of the file: the facet is dropped
-    readThroughFifo(fifo, "solid\nfacet normal 0 0 1\nouter loop\nvertex 1 2 3\nvertex 4 5 6\nvertex 7 8 9", kSize, '9',
-                    [&] { EXPECT_TRUE(KelpGraphic::KelpReadStl(fifo.c_str(), &stl)); });
     // Far less than the input: the window and the scanners' bounded state.
     EXPECT_LT(peakKilobytes() - before, 64 * 1024);
 }
