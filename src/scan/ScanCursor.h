@@ -69,7 +69,7 @@ private:
     bool takeWord(std::string* word, std::size_t width, std::size_t keep);
     template <typename Real>
     bool readReal(Real& value);
-    // The one-pass path for plain "-?digits[.digits]" followed by white
+    // The one-pass path for plain "-?digits[.digits][e<digits>]" followed by white
     // space: 1 stored, -1 not that shape (nothing consumed).
     template <typename Real>
     int readPlainReal(Real& value);

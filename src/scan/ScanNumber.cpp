@@ -146,6 +146,21 @@ bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Re
     // Up to 19 digits the mantissa cannot wrap.
     if (count == 0 || count > 19) return false;
     Real converted;
+    if (p != end && (*p == 'e' || *p == 'E')) {
+        // A complete exponent ("%e" output) still converts in place; one
+        // without digits is the general path's ("1e" reads as 1).
+        const unsigned char* q = p + 1;
+        if (q != end && (*q == '+' || *q == '-')) ++q;
+        const unsigned char* const exponent = q;
+        while (q != end && isDigit(*q) && q - exponent < 6) ++q;
+        if (q == exponent || (q != end && isDigit(*q))) return false;
+        const auto result =
+            std::from_chars(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(q), converted);
+        if (result.ec != std::errc() || result.ptr != reinterpret_cast<const char*>(q)) return false;
+        value = converted;
+        stop = q;
+        return true;
+    }
     // Both operands exact, one correctly rounded division: the value strtof gives.
     constexpr std::uint64_t kExact = sizeof(Real) == sizeof(float) ? (1u << 24) : (std::uint64_t(1) << 53);
     constexpr std::size_t kPowers = sizeof(Real) == sizeof(float) ? std::size(kPow10f) : std::size(kPow10d);

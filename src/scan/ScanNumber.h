@@ -86,8 +86,8 @@ private:
     bool overflow_ = false;
 };
 
-// The one-pass path for a plain "-?digits[.digits]" (at most 19 digits) at
-// [begin, end): true with `value` converted exactly and `stop` after the
+// The one-pass path for a plain "-?digits[.digits]" (at most 19 digits),
+// with or without a complete exponent, at [begin, end): true with `value` converted exactly and `stop` after the
 // number; false, nothing converted, for any other shape or a result that
 // needs the general conversion. The caller decides what may follow.
 template <typename Real>
