@@ -358,8 +358,9 @@ class Report:
             rows.append(("PLY", "ASCII read no slower than miniply", "–", "not measured", absent))
         else:
             add("PLY", "ASCII read no slower than miniply", r, None if r is None else r >= 1, f"{fmt_ratio(r)} faster",
-                "The ASCII data still goes through the reader's own number scanning; moving it onto the shared "
-                "scanning core with a whole-line plan for the common layouts would close it.")
+                "The ASCII values go through the scanning core one fscanf conversion at a time (white space, "
+                "conversion, store per value); a whole-line plan for the common vertex and face layouts, as the "
+                "binary reader has, would close it. miniply's floats are not exact.")
         r = faster("ply-binary", "assimp")
         add("PLY", "binary ≥ 5× faster than assimp", r, None if r is None else r >= 5, f"{fmt_ratio(r)} faster",
             "Decoding whole vertex and face instances straight from the buffer, without per-property dispatch, "
