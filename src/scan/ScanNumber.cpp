@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <locale.h>
 #include <system_error>
@@ -13,7 +14,6 @@
 namespace KelpScan {
 
 namespace {
-constexpr float kPow10f[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
 constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                               1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
@@ -126,6 +126,31 @@ std::uint32_t IntegerText::asUnsigned() const {
     return static_cast<std::uint32_t>(result);
 }
 
+namespace {
+// mantissa * 10^exponent in one correctly rounded double operation, when both
+// operands are exact doubles. For a float the double is then rounded again,
+// which is exact unless the double landed exactly on a midpoint between two
+// floats (no other float midpoint can lie between the value and its nearest
+// double, since midpoints are doubles); that case is left to from_chars.
+template <typename Real>
+bool scaleExactly(std::uint64_t mantissa, long exponent, bool negative, Real& value) {
+    if (mantissa > (std::uint64_t(1) << 53) || exponent < -22 || exponent > 22) return false;
+    double scaled = static_cast<double>(mantissa);
+    scaled = exponent < 0 ? scaled / kPow10d[-exponent] : scaled * kPow10d[exponent];
+    if constexpr (sizeof(Real) == sizeof(float)) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &scaled, sizeof bits);
+        if ((bits & 0x1FFFFFFFu) == 0x10000000u) return false;
+        // Past the float range the conversion gives infinity where strtof
+        // gives infinity too, but the general path decides (out of range).
+        if (scaled > 3.4028234663852886e38) return false;
+    }
+    const Real magnitude = static_cast<Real>(scaled);
+    value = negative ? -magnitude : magnitude;
+    return true;
+}
+}  // namespace
+
 template <typename Real>
 bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
                         const unsigned char*& stop) {
@@ -136,46 +161,35 @@ bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Re
     const unsigned char* const digits = p;
     while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
     std::size_t count = static_cast<std::size_t>(p - digits);
-    std::size_t fraction = 0;
+    long exponent = 0;
     if (p != end && *p == '.') {
         const unsigned char* const first = ++p;
         while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-        fraction = static_cast<std::size_t>(p - first);
-        count += fraction;
+        exponent = -static_cast<long>(p - first);
+        count += static_cast<std::size_t>(p - first);
     }
     // Up to 19 digits the mantissa cannot wrap.
     if (count == 0 || count > 19) return false;
-    Real converted;
     if (p != end && (*p == 'e' || *p == 'E')) {
         // A complete exponent ("%e" output) still converts in place; one
         // without digits is the general path's ("1e" reads as 1).
         const unsigned char* q = p + 1;
+        const bool negativeExponent = q != end && *q == '-';
         if (q != end && (*q == '+' || *q == '-')) ++q;
-        const unsigned char* const exponent = q;
-        while (q != end && isDigit(*q) && q - exponent < 6) ++q;
-        if (q == exponent || (q != end && isDigit(*q))) return false;
-        const auto result =
-            std::from_chars(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(q), converted);
-        if (result.ec != std::errc() || result.ptr != reinterpret_cast<const char*>(q)) return false;
-        value = converted;
-        stop = q;
-        return true;
+        const unsigned char* const first = q;
+        long written = 0;
+        while (q != end && isDigit(*q) && q - first < 6) written = written * 10 + (*q++ - '0');
+        if (q == first || (q != end && isDigit(*q))) return false;
+        exponent += negativeExponent ? -written : written;
+        p = q;
     }
-    // Both operands exact, one correctly rounded division: the value strtof gives.
-    constexpr std::uint64_t kExact = sizeof(Real) == sizeof(float) ? (1u << 24) : (std::uint64_t(1) << 53);
-    constexpr std::size_t kPowers = sizeof(Real) == sizeof(float) ? std::size(kPow10f) : std::size(kPow10d);
-    if (mantissa <= kExact && fraction < kPowers) {
-        if constexpr (sizeof(Real) == sizeof(float))
-            converted = static_cast<float>(mantissa) / kPow10f[fraction];
-        else
-            converted = static_cast<double>(mantissa) / kPow10d[fraction];
-        if (negative) converted = -converted;
-    } else {
+    if (!scaleExactly(mantissa, exponent, negative, value)) {
+        Real converted;
         const auto result =
             std::from_chars(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(p), converted);
-        if (result.ec != std::errc()) return false;
+        if (result.ec != std::errc() || result.ptr != reinterpret_cast<const char*>(p)) return false;
+        value = converted;
     }
-    value = converted;
     stop = p;
     return true;
 }

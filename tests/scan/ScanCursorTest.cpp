@@ -93,6 +93,32 @@ TEST(ScanCursor, RandomCallsOnRandomText) {
     }
 }
 
+// Plain numbers of every length up to 19 digits, with and without an
+// exponent, some right on a float's rounding boundary: the one-pass
+// conversion rounds as strtof and strtod do.
+TEST(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
+    KelpTest::LocaleGuard guard;
+    std::mt19937 random(17);
+    std::string text;
+    for (int i = 0; i < 4000; ++i) {
+        std::string number = random() % 2 ? "-" : "";
+        for (int d = 1 + static_cast<int>(random() % 10); d > 0; --d) number += static_cast<char>('0' + random() % 10);
+        if (random() % 3) {
+            number += '.';
+            for (int d = static_cast<int>(random() % 10); d > 0; --d) number += static_cast<char>('0' + random() % 10);
+        }
+        if (random() % 4 == 0) number += "e" + std::to_string(static_cast<int>(random() % 60) - 30);
+        text += number + (random() % 2 ? " " : "\n");
+    }
+    // Halfway between two floats: 1 + 2^-24 and neighbours, as decimals.
+    text += "1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
+    ScanOracle floats(text, 0), doubles(text, 0);
+    for (int i = 0; i < 4004; ++i) {
+        ASSERT_NO_FATAL_FAILURE(floats.step(ScanOp::Float));
+        ASSERT_NO_FATAL_FAILURE(doubles.step(ScanOp::Double));
+    }
+}
+
 // Words and lines far longer than the window, split where "%250s" and fgets
 // split them.
 TEST(ScanCursor, LongWordsAndLines) {
