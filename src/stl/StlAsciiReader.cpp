@@ -3,8 +3,6 @@
 // normal, two words, three corner lines of a word and three numbers, two words.
 // The file is streamed through the scanning core with the results of the
 // fscanf calls that define the grammar, end-of-file indicator included.
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 #include "stl/StlReaders.h"
@@ -42,18 +40,14 @@ std::size_t expectedFacets(std::FILE* file) {
 }
 }  // namespace
 
-bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
-    KelpFrame::switchToReaderLocale();
-    KelpIo::FileHandle file = KelpIo::openFile(path, "r");
-    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
-
-    // The decimal point and white space of the locale switched to above.
-    KelpScan::ScanSource source(file.get());
+bool readAsciiStl(std::FILE* file, KelpCore::KelpTriMesh* mesh) {
+    // The decimal point and white space of the locale in force (the reader's).
+    KelpScan::ScanSource source(file);
     KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
 
     std::vector<KelpCore::Vec3f> vertices;
     std::vector<KelpCore::Vec3u> faces;
-    faces.reserve(expectedFacets(file.get()));
+    faces.reserve(expectedFacets(file));
     vertices.reserve(faces.capacity() * 3);
 
     in.skipLine();  // the "solid" line, not checked
@@ -66,8 +60,7 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
             float corners[3][3];
             for (auto& corner : corners) {
                 // A facet whose normal parsed must have three full corners;
-                // otherwise the read fails and the mesh keeps what it held. The
-                // locale stays switched on this path.
+                // otherwise the read fails and the mesh keeps what it held.
                 if (!wordsThenTriple(in, 1, corner)) return failCorner(source.offset(), &corner - corners, faces.size());
             }
             in.skipWord();
@@ -94,8 +87,6 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     mesh->setVertexCount(static_cast<std::uint32_t>(vertices.size()));
     std::copy(faces.begin(), faces.end(), mesh->faces.begin());
     std::copy(vertices.begin(), vertices.end(), mesh->vertices.begin());
-    file.reset();
-    KelpFrame::switchToCLocale();
     return true;
 }
 

@@ -1,4 +1,5 @@
-// KelpReadStl: decide binary or ASCII, run that reader, weld on success.
+// KelpReadStl: decide binary or ASCII, then open the file for that reader
+// under the reader's locale, read, and weld.
 #include <KelpFileIO.h>
 
 #include "frame/ReaderLocale.h"
@@ -50,6 +51,18 @@ bool readBinary(const char* path, KelpCore::KelpTriMesh* mesh) {
     return true;
 }
 
+// The ASCII reader may fail at a facet's corner, so it welds only after.
+bool readAscii(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpFrame::switchToReaderLocale();
+    KelpIo::FileHandle file = KelpIo::openFile(path, "r");
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
+    if (!KelpStl::readAsciiStl(file.get(), mesh)) return false;       // and on this one
+    file.reset();
+    KelpFrame::switchToCLocale();
+    KelpStl::weldSoup(mesh);
+    return true;
+}
+
 }  // namespace
 
 namespace KelpGraphic {
@@ -66,11 +79,7 @@ bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     }
     KelpFrame::switchToCLocale();
 
-    if (binary) return readBinary(path, mesh);
-    // The ASCII reader may still fail at its last facet, so it welds after.
-    const bool read = KelpStl::readAsciiStl(path, mesh);
-    if (read) KelpStl::weldSoup(mesh);
-    return read;
+    return binary ? readBinary(path, mesh) : readAscii(path, mesh);
 }
 
 }  // namespace KelpGraphic

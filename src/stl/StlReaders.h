@@ -33,10 +33,11 @@ class SoupWelder;
 // triangle of an open file, printing "OpenBinary::fn=%d" and
 // "OpenBinary::read end", and welds while it reads: finish() on the welder it
 // returns stores the soup of the file's triangles as weldSoup would leave it.
-// The ASCII one leaves the unwelded soup, and fails when the file cannot be
-// opened or a facet's corner does not parse, leaving the mesh as it was.
+// The ASCII one leaves the unwelded soup, and fails when a facet's corner
+// does not parse, leaving the mesh as it was. Neither switches the locale:
+// KelpReadStl does, around each.
 std::unique_ptr<SoupWelder> readBinaryStl(std::FILE* file);
-bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
+bool readAsciiStl(std::FILE* file, KelpCore::KelpTriMesh* mesh);
 
 // The readers' entries in the call report (StlReport.cpp): a header count
 // the loop cannot read as it stands, a binary file shorter than its count

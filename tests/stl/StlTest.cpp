@@ -235,7 +235,7 @@ TEST_F(Stl, AsciiReaderMatchesTheFscanfGrammar) {
         KelpTriMesh mesh;
         // Every other file through a window of a few bytes: refills inside words and numbers.
         KelpScan::ScanSource::setChunkForTesting(round % 2 ? 1 + round % 7 : 0);
-        const bool read = KelpStl::readAsciiStl(path.c_str(), &mesh);
+        const bool read = KelpStl::readAsciiStl(KelpIo::openFile(path.c_str(), "r").get(), &mesh);
         KelpScan::ScanSource::setChunkForTesting(0);
         ASSERT_EQ(read, ok);
         if (!ok) continue;
