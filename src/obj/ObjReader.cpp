@@ -11,11 +11,10 @@
 // with its quirks: a failed number keeps the previous statement's value, the
 // last statement runs once more when the file ends in white space, the rest
 // of a line longer than 2047 bytes is read as further statements.
-#include <KelpFileIO.h>
+#include "obj/ObjReader.h"
+
 #include <KelpImageLoad.h>
 
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
 #include "report/Recorder.h"
@@ -25,7 +24,7 @@
 #include <string>
 #include <vector>
 
-namespace KelpGraphic {
+namespace KelpObj {
 
 namespace {
 constexpr std::size_t kLineField = 2048;
@@ -128,20 +127,10 @@ void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned ch
 }
 }  // namespace
 
-bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
-    KelpRecord::Call call("KelpReadObj", path, KelpRecord::Locale::Switched);
-    KelpFrame::switchToReaderLocale();
-    KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-    if (!file) {
-        KelpRecord::failOpen(KelpRecord::Code::ObjOpen);
-        KelpFrame::switchToCLocale();
-        return false;
-    }
-    const std::string objPath(path);
-
-    KelpScan::ScanSource source(file.get());
+void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh& mesh) {
+    KelpScan::ScanSource source(file);
     // White space and the decimal point as fscanf sees them under the locale
-    // switched to above.
+    // in force (the reader's).
     KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     float uv[2] = {0.0f, 0.0f};
@@ -176,7 +165,7 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
             }
             case Statement::Vertex:
                 for (float& c : xyz) in.readFloat(c);
-                mesh->addVertex({xyz[0], xyz[1], xyz[2]});
+                mesh.addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
                 for (float& c : uv) in.readFloat(c);
@@ -189,8 +178,8 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
                 break;
             case Statement::Face:
                 if (!in.readLine(kLineField, line, lineLength)) line = "", lineLength = 0;
-                KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh->vertexCount, lastIndex, corners);
-                addFan(corners, *mesh, pending);
+                KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh.vertexCount, lastIndex, corners);
+                addFan(corners, mesh, pending);
                 break;
             case Statement::Other:
                 in.readLine(kLineField, line, lineLength);
@@ -198,12 +187,9 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
         }
     }
 
-    moveNormals(pending.normals, *mesh);
-    moveTexture(pending, image, *mesh);
-    file.reset();
-    KelpFrame::switchToCLocale();
+    moveNormals(pending.normals, mesh);
+    moveTexture(pending, image, mesh);
     delete[] image.data;
-    return true;
 }
 
-}  // namespace KelpGraphic
+}  // namespace KelpObj

@@ -8,25 +8,14 @@
 // the last point when the file ends with a line feed. No line is held: the
 // three numbers are extracted where they stand and the rest of the line is
 // passed over.
-#include <KelpFileIO.h>
-
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
+#include "pointcloud/PointCloudReaders.h"
 #include "pointcloud/PointCloudReport.h"
-#include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
-namespace KelpGraphic {
+namespace KelpPointCloud {
 
-bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
-    // Only the open runs under the switched locale; the parse runs under "C".
-    KelpRecord::Call call("KelpReadAsc", path, KelpRecord::Locale::Switched);
-    KelpFrame::switchToReaderLocale();
-    KelpIo::FileHandle file = KelpIo::openFile(path, "r");
-    KelpFrame::switchToCLocale();
-    if (!file) return KelpRecord::failOpen(KelpRecord::Code::AscOpen);
-
-    KelpScan::ScanSource source(file.get());
+void readAscPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
+    KelpScan::ScanSource source(file);
     KelpScan::ScanCursor in(source, KelpScan::ScanLocale::classic());
     // Declared once and never reset: an unreadable coordinate keeps the value
     // of the line before.
@@ -37,15 +26,14 @@ bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
         const bool lineFailed = !source.ensure(1);
         for (float& coordinate : xyz)
             if (lineFailed || !in.extractFloat(coordinate)) break;
-        cloud->addVertex({xyz[0], xyz[1], xyz[2]});
+        cloud.addVertex({xyz[0], xyz[1], xyz[2]});
         if (lineFailed) {
-            KelpPointCloud::noteAscEnding(source.offset() == 0);
+            noteAscEnding(source.offset() == 0);
             break;
         }
         // A last line without a line feed ends the loop after its point.
         if (!in.skipLine()) break;
     }
-    return true;
 }
 
-}  // namespace KelpGraphic
+}  // namespace KelpPointCloud

@@ -2,10 +2,7 @@
 // is a stream of white-space-separated words, and a handful of words act
 // wherever they occur. The file is streamed through the scanning core with
 // the results of the classic fscanf("%250s") / fscanf("%f") loop.
-#include <KelpFileIO.h>
-
-#include "frame/ReaderLocale.h"
-#include "io/FileHandle.h"
+#include "pointcloud/PointCloudReaders.h"
 #include "pointcloud/PointCloudReport.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
@@ -13,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-namespace KelpGraphic {
+namespace KelpPointCloud {
 
 namespace {
 // Words are read with "%250s": a longer run of non-space bytes comes in
@@ -47,26 +44,18 @@ bool readPoint(KelpScan::ScanCursor& scan, std::string& word, float (&xyz)[3], K
 }
 }  // namespace
 
-bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
-    KelpRecord::Call call("KelpReadDxf", path, KelpRecord::Locale::Switched);
-    KelpFrame::switchToReaderLocale();
-    // A file that cannot be opened fails like one with a wrong header: false,
-    // with the locale left switched.
-    KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-    if (!file) return KelpRecord::failOpen(KelpRecord::Code::DxfOpen);
-
-    // White space and the decimal point come from the locale switched to
-    // above, as the stdio scan would take them.
-    KelpScan::ScanSource source(file.get());
+bool readDxfPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
+    // White space and the decimal point come from the locale in force (the
+    // reader's), as the stdio scan would take them.
+    KelpScan::ScanSource source(file);
     KelpScan::ScanCursor scan(source, KelpScan::ScanLocale::current());
     std::string word;
     word.reserve(kWordLimit);
     for (const char* expected : {"0", "SECTION", "2"}) {
-        // The section's name (the fourth word) is not looked at. Format
-        // failures leave the locale switched.
+        // The section's name (the fourth word) is not looked at.
         const bool read = scan.readWordWidth(word, kWordLimit);
         if (!read || !wordIs(word, expected))
-            return KelpPointCloud::failDxfHeader(read, word, expected, source.offset());
+            return failDxfHeader(read, word, expected, source.offset());
     }
     do {
         if (!scan.readWordWidth(word, kWordLimit))
@@ -77,12 +66,10 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
     while (scan.readWordWidth(word, kWordLimit) && !wordIs(word, "ENDSEC")) {
-        if (wordIs(word, "POINT") && !readPoint(scan, word, xyz, *cloud)) break;
+        if (wordIs(word, "POINT") && !readPoint(scan, word, xyz, cloud)) break;
     }
     if (!wordIs(word, "ENDSEC")) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
-    file.reset();
-    KelpFrame::switchToCLocale();
     return true;
 }
 
-}  // namespace KelpGraphic
+}  // namespace KelpPointCloud
