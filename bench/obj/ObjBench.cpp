@@ -3,7 +3,7 @@
 #include <KelpFileIO.h>
 #include <KelpImageLoad.h>
 
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 #include "support/PeerReaders.h"
 
 #include <assimp/Exporter.hpp>
@@ -68,19 +68,11 @@ const std::string& jpegFile() {
     return path;
 }
 
-void BM_ObjReadAllBytes(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(objFile()));
-    KelpBench::setFileThroughput(state, objFile());
-}
+void BM_ObjReadAllBytes(benchmark::State& state) { KelpBench::runFloor(state, objFile()); }
 
 void BM_ObjKelpRead(benchmark::State& state) {
-    for (auto _ : state) {
-        KelpCore::KelpTriMesh mesh;
-        KelpGraphic::KelpReadObj(objFile().c_str(), &mesh);
-        if (mesh.faceCount != 1000000) state.SkipWithError("wrong face count");
-        benchmark::DoNotOptimize(mesh.vertices.data());
-    }
-    KelpBench::setFileThroughput(state, objFile());
+    KelpBench::runRead(state, objFile(), KelpGraphic::KelpReadObj,
+                       [](const KelpCore::KelpTriMesh& mesh) { return mesh.faceCount == 1000000; });
 }
 
 // A peer from ../shared/peers on the same file; skipped (and so reported)

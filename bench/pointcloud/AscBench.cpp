@@ -3,7 +3,7 @@
 // read into memory as the floor.
 #include <KelpFileIO.h>
 
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #include <cmath>
 #include <fstream>
@@ -38,15 +38,7 @@ const std::string& ascFile() {
     return path;
 }
 
-void BM_AscRead(benchmark::State& state) {
-    const std::string& path = ascFile();
-    for (auto _ : state) {
-        KelpCore::KelpPointSet cloud;
-        KelpGraphic::KelpReadAsc(path.c_str(), &cloud);
-        benchmark::DoNotOptimize(cloud.vertices.data());
-    }
-    KelpBench::setFileThroughput(state, path);
-}
+void BM_AscRead(benchmark::State& state) { KelpBench::runRead(state, ascFile(), KelpGraphic::KelpReadAsc); }
 
 void BM_AscIfstreamLineLoop(benchmark::State& state) {
     const std::string& path = ascFile();
@@ -65,11 +57,7 @@ void BM_AscIfstreamLineLoop(benchmark::State& state) {
     KelpBench::setFileThroughput(state, path);
 }
 
-void BM_AscFloorReadBytes(benchmark::State& state) {
-    const std::string& path = ascFile();
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(path));
-    KelpBench::setFileThroughput(state, path);
-}
+void BM_AscFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, ascFile()); }
 
 void BM_AscWrite(benchmark::State& state) {
     KelpCore::KelpPointSet cloud = generatedCloud();

@@ -4,7 +4,7 @@
 // memory as the floor.
 #include <KelpFileIO.h>
 
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #include <cmath>
 #include <cstdio>
@@ -36,14 +36,8 @@ const std::string& dxfFile() {
 }
 
 void BM_DxfRead(benchmark::State& state) {
-    const std::string& path = dxfFile();
-    for (auto _ : state) {
-        KelpCore::KelpPointSet cloud;
-        if (!KelpGraphic::KelpReadDxf(path.c_str(), &cloud) || cloud.vertexCount != kPoints)
-            state.SkipWithError("KelpReadDxf did not read the file");
-        benchmark::DoNotOptimize(cloud.vertices.data());
-    }
-    KelpBench::setFileThroughput(state, path);
+    KelpBench::runRead(state, dxfFile(), KelpGraphic::KelpReadDxf,
+                       [](const KelpCore::KelpPointSet& cloud) { return cloud.vertexCount == kPoints; });
 }
 
 void BM_DxfFscanfLoop(benchmark::State& state) {
@@ -77,11 +71,7 @@ void BM_DxfFscanfLoop(benchmark::State& state) {
     KelpBench::setFileThroughput(state, path);
 }
 
-void BM_DxfFloorReadBytes(benchmark::State& state) {
-    const std::string& path = dxfFile();
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(path));
-    KelpBench::setFileThroughput(state, path);
-}
+void BM_DxfFloorReadBytes(benchmark::State& state) { KelpBench::runFloor(state, dxfFile()); }
 
 }  // namespace
 

@@ -6,7 +6,7 @@
 #include <KelpFileIO.h>
 
 #include "stl/StlBenchMeshes.h"
-#include "support/BenchFiles.h"
+#include "support/BenchLoops.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
@@ -128,8 +128,7 @@ void readAssimp(benchmark::State& state, const std::string& path) {
 
 void floor(benchmark::State& state, const std::string& path) {
     prepareInputs();
-    for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(path));
-    KelpBench::setFileThroughput(state, path);
+    KelpBench::runFloor(state, path);
 }
 
 void BM_StlBinary1M_Kelp(benchmark::State& state) { readKelp(state, binarySphere()); }
