@@ -16,9 +16,10 @@ FileHandle openFile(const char* path, const char* mode) {
     return file;
 }
 
-bool isRegularFile(const char* path) {
+FileKind fileKind(const char* path) {
     struct stat status;
-    return path && stat(path, &status) == 0 && S_ISREG(status.st_mode);
+    if (!path || stat(path, &status) != 0) return FileKind::Missing;
+    return S_ISREG(status.st_mode) ? FileKind::Regular : FileKind::Other;
 }
 
 }  // namespace KelpIo

@@ -18,6 +18,7 @@
 #include "io/FileHandle.h"
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
+#include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
 #include <cstring>
@@ -59,6 +60,17 @@ Statement classify(const char* word, std::size_t length) {
     return Statement::Other;
 }
 
+// A statement read that finds no word (white space at the end of the file)
+// runs the last statement again: a position, texture coordinate or normal
+// is added once more with the values read before.
+void noteRepeatedStatement(Statement statement) {
+    const char* word = statement == Statement::Vertex     ? "v"
+                       : statement == Statement::TexCoord ? "vt"
+                       : statement == Statement::Normal   ? "vn"
+                                                          : nullptr;
+    if (word) KelpRecord::note(KelpRecord::Code::ObjRepeatedStatement, word);
+}
+
 // The texture coordinates, normals and face texture triples gathered during
 // the pass, moved into the mesh at the end.
 struct PendingAttributes {
@@ -82,6 +94,7 @@ void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh,
 
 void moveNormals(std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
     if (normals.empty()) return;
+    if (normals.size() > mesh.vertexCount) KelpRecord::note(KelpRecord::Code::ObjExtraNormals, {}, normals.size(), mesh.vertexCount);
     mesh.vertexAttributes |= KelpCore::KelpAttributeNormals;
     if (mesh.vertexNormals.empty()) {
         // Nothing of the mesh's own to keep: the list becomes the array, with
@@ -98,6 +111,7 @@ void moveNormals(std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& m
 
 void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned char>& image,
                  KelpCore::KelpTriMesh& mesh) {
+    if (image.data && pending.texCoords.empty()) KelpRecord::note(KelpRecord::Code::ObjTextureWithoutVt);
     if (!image.data || pending.texCoords.empty()) return;
     mesh.hasTexture = true;
     // The mesh takes the pixels over; pixels it held before are its own to free.
@@ -115,9 +129,11 @@ void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned ch
 }  // namespace
 
 bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadObj", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
     if (!file) {
+        KelpRecord::failOpen(KelpRecord::Code::ObjOpen);
         KelpFrame::switchToCLocale();
         return false;
     }
@@ -143,7 +159,10 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     while (!in.eof()) {
         const char* word;
         std::size_t wordLength;
-        if (in.readWord(word, wordLength, kWordField)) statement = classify(word, wordLength);
+        if (in.readWord(word, wordLength, kWordField))
+            statement = classify(word, wordLength);
+        else
+            noteRepeatedStatement(statement);
         switch (statement) {
             case Statement::MaterialLibrary: {
                 std::string name;

@@ -48,6 +48,8 @@ public:
     // Bytes of the file not yet consumed, when the file's size is known;
     // otherwise the largest value.
     std::uint64_t bytesLeft() const;
+    // File offset of the next byte to be consumed.
+    std::uint64_t offset() const { return source_->offset(); }
 
     // fscanf(file, "%d"), "%u", "%f" and "%lf".
     bool scanInt(int& value) { return cursor_->readInt(value); }

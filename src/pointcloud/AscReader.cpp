@@ -12,31 +12,38 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "pointcloud/PointCloudReport.h"
+#include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
 namespace KelpGraphic {
 
 bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
     // Only the open runs under the switched locale; the parse runs under "C".
+    KelpRecord::Call call("KelpReadAsc", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "r");
     KelpFrame::switchToCLocale();
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::AscOpen);
 
     KelpScan::ScanSource source(file.get());
     KelpScan::ScanCursor in(source, KelpScan::ScanLocale::classic());
     // Declared once and never reset: an unreadable coordinate keeps the value
     // of the line before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
-    for (;;) {
+    for (bool firstLine = true;; firstLine = false) {
         // getline at the end of the input extracts nothing: eof and fail,
         // with an empty line whose point is still added.
         const bool lineFailed = !source.ensure(1);
         for (float& coordinate : xyz)
             if (lineFailed || !in.extractFloat(coordinate)) break;
         cloud->addVertex({xyz[0], xyz[1], xyz[2]});
+        if (lineFailed) {
+            KelpPointCloud::noteAscEnding(firstLine);
+            break;
+        }
         // A last line without a line feed ends the loop after its point.
-        if (lineFailed || !in.skipLine()) break;
+        if (!in.skipLine()) break;
     }
     return true;
 }

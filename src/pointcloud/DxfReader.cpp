@@ -6,6 +6,8 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "pointcloud/PointCloudReport.h"
+#include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
 #include <cstring>
@@ -46,11 +48,12 @@ bool readPoint(KelpScan::ScanCursor& scan, std::string& word, float (&xyz)[3], K
 }  // namespace
 
 bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
+    KelpRecord::Call call("KelpReadDxf", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     // A file that cannot be opened fails like one with a wrong header: false,
     // with the locale left switched.
     KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::DxfOpen);
 
     // White space and the decimal point come from the locale switched to
     // above, as the stdio scan would take them.
@@ -61,10 +64,13 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     for (const char* expected : {"0", "SECTION", "2"}) {
         // The section's name (the fourth word) is not looked at. Format
         // failures leave the locale switched.
-        if (!scan.readWordWidth(word, kWordLimit) || !wordIs(word, expected)) return false;
+        const bool read = scan.readWordWidth(word, kWordLimit);
+        if (!read || !wordIs(word, expected))
+            return KelpPointCloud::failDxfHeader(read, word, expected, source.offset());
     }
     do {
-        if (!scan.readWordWidth(word, kWordLimit)) return false;
+        if (!scan.readWordWidth(word, kWordLimit))
+            return KelpRecord::fail(KelpRecord::Code::DxfNoEntities, {}, source.offset());
     } while (!wordIs(word, "ENTITIES"));
 
     // Kept across points: a point without a "20" takes the y of the one before.
@@ -73,6 +79,7 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     while (scan.readWordWidth(word, kWordLimit) && !wordIs(word, "ENDSEC")) {
         if (wordIs(word, "POINT") && !readPoint(scan, word, xyz, *cloud)) break;
     }
+    if (!wordIs(word, "ENDSEC")) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     file.reset();
     KelpFrame::switchToCLocale();
     return true;

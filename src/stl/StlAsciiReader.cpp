@@ -5,6 +5,7 @@
 // fscanf calls that define the grammar, end-of-file indicator included.
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 #include "stl/StlReaders.h"
 
@@ -44,7 +45,7 @@ std::size_t expectedFacets(std::FILE* file) {
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "r");
-    if (!file) return false;  // the locale stays switched on this path
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
 
     // The decimal point and white space of the locale switched to above.
     KelpScan::ScanSource source(file.get());
@@ -67,12 +68,16 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
                 // A facet whose normal parsed must have three full corners;
                 // otherwise the read fails and the mesh keeps what it held. The
                 // locale stays switched on this path.
-                if (!wordsThenTriple(in, 1, corner)) return false;
+                if (!wordsThenTriple(in, 1, corner))
+                    return failCorner(file.get(), source.offset(), &corner - corners, faces.size());
             }
             in.skipWord();
             in.skipWord();
             // A file that ends right after the last word of a facet loses that facet.
-            if (in.eof()) break;
+            if (in.eof()) {
+                noteLastFacetDropped();
+                break;
+            }
             // 32-bit counts bound the soup; a file beyond that (hundreds of
             // gigabytes) ends there.
             if (vertices.size() > 0xFFFFFFFFu - 3) break;

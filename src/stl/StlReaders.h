@@ -6,6 +6,9 @@
 
 #include <KelpCore.h>
 
+// The readers' progress lines go through printProgress (standard output or the host's sink).
+#include "frame/ProgressLines.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -30,6 +33,17 @@ bool looksBinary(std::FILE* file);
 // the mesh as it was.
 bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh);
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
+
+// The readers' entries in the call report (StlReport.cpp): a header count
+// the loop cannot read as it stands, a binary file shorter than its count
+// (`whole` records and `extraBytes` of the next), an ASCII corner that does
+// not parse (`corner` 0 to 2 of the facet after `facetsBefore`, the scan
+// standing at byte `offset` of `file`; false), an ASCII file ending right
+// after its last facet's last word.
+void noteHeaderCount(std::uint32_t count);
+void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes);
+bool failCorner(std::FILE* file, std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore);
+void noteLastFacetDropped();
 
 // Number of triangles the binary read loop visits for a header count: the loop
 // compares as signed 32-bit numbers, so counts of 2^31 and more visit none.
