@@ -61,7 +61,8 @@ bool readAsciiStl(std::FILE* file, KelpCore::KelpTriMesh* mesh) {
             for (auto& corner : corners) {
                 // A facet whose normal parsed must have three full corners;
                 // otherwise the read fails and the mesh keeps what it held.
-                if (!wordsThenTriple(in, 1, corner)) return failCorner(source.offset(), &corner - corners, faces.size());
+                if (!wordsThenTriple(in, 1, corner))
+                    return failCorner(file, source.offset(), &corner - corners, faces.size());
             }
             in.skipWord();
             in.skipWord();
