@@ -1,15 +1,15 @@
 #include "io/FileBytes.h"
 
-#include <sys/stat.h>
+#include "platform/FileOffset.h"
 
 namespace KelpIo {
 
 void readRemaining(std::FILE* file, std::string& bytes) {
     bytes.clear();
-    struct stat info {};
-    if (fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
-        const long here = std::ftell(file);
-        if (here >= 0 && info.st_size > here) bytes.reserve(static_cast<std::size_t>(info.st_size - here));
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file);
+    if (status.regular && status.size > 0) {
+        const std::int64_t here = KelpPlatform::tell(file);
+        if (here >= 0 && status.size > here) bytes.reserve(static_cast<std::size_t>(status.size - here));
     }
     char chunk[1 << 16];
     for (;;) {

@@ -1,6 +1,6 @@
 #include "io/FileHandle.h"
 
-#include <sys/stat.h>
+#include "platform/FileOffset.h"
 
 #include <cerrno>
 
@@ -8,8 +8,7 @@ namespace KelpIo {
 
 FileHandle openFile(const char* path, const char* mode) {
     FileHandle file(path ? std::fopen(path, mode) : nullptr);
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
+    if (file && KelpPlatform::statusOf(file.get()).directory) {
         file.reset();
         errno = EISDIR;
     }
@@ -17,8 +16,7 @@ FileHandle openFile(const char* path, const char* mode) {
 }
 
 bool isRegularFile(const char* path) {
-    struct stat status;
-    return path && stat(path, &status) == 0 && S_ISREG(status.st_mode);
+    return KelpPlatform::isRegularPath(path);
 }
 
 }  // namespace KelpIo

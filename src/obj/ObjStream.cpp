@@ -1,12 +1,13 @@
 #include "obj/ObjStream.h"
 
+#include "platform/CFloat.h"
+
 #include <cctype>
 #include <charconv>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <locale.h>
 #include <string>
 #include <system_error>
 
@@ -20,18 +21,13 @@ bool isHexDigit(int c) { return isDigit(c) || (lowerAscii(c) >= 'a' && lowerAsci
 // strtof under the "C" locale, for the rare spellings that to_chars' partner
 // does not take (hexadecimal) or rejects as out of range (where strtof gives
 // infinity or a rounded zero).
-locale_t cLocale() {
-    static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
-    return locale;
-}
-
 bool convertWithStrtof(const char* begin, const char* end, char decimalPoint, float& value) {
     std::string text(begin, end);
     if (decimalPoint != '.')
         for (char& c : text)
             if (c == decimalPoint) c = '.';
     char* used = nullptr;
-    const float converted = strtof_l(text.c_str(), &used, cLocale());
+    const float converted = KelpPlatform::strtofC(text.c_str(), &used);
     if (used == text.c_str()) return false;
     value = converted;
     return true;

@@ -1,6 +1,6 @@
 #include "ply/PlyInput.h"
 
-#include <sys/stat.h>
+#include "platform/FileOffset.h"
 
 #include <cctype>
 #include <charconv>
@@ -22,10 +22,10 @@ bool PlyInput::open(const char* path) {
     close();
     file_ = KelpIo::openFile(path, "rb");
     if (!file_) return false;
-    struct stat info {};
-    if (fstat(fileno(file_.get()), &info) == 0 && S_ISREG(info.st_mode)) {
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file_.get());
+    if (status.regular) {
         sizeKnown_ = true;
-        fileSize_ = static_cast<std::uint64_t>(info.st_size);
+        fileSize_ = static_cast<std::uint64_t>(status.size);
     }
     // Numbers are read under whatever locale is in force, as fscanf would.
     const char* point = std::localeconv()->decimal_point;

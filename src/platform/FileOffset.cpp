@@ -1,0 +1,54 @@
+#include "platform/FileOffset.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+namespace KelpPlatform {
+
+#if defined(_WIN32)
+std::int64_t tell(std::FILE* file) { return _ftelli64(file); }
+
+bool seek(std::FILE* file, std::int64_t offset, int whence) { return _fseeki64(file, offset, whence) == 0; }
+
+FileStatus statusOf(std::FILE* file) {
+    FileStatus status;
+    struct _stat64 info {};
+    if (_fstat64(_fileno(file), &info) != 0) return status;
+    status.known = true;
+    status.regular = (info.st_mode & _S_IFMT) == _S_IFREG;
+    status.directory = (info.st_mode & _S_IFMT) == _S_IFDIR;
+    status.size = status.regular ? static_cast<std::int64_t>(info.st_size) : 0;
+    return status;
+}
+
+bool isRegularPath(const char* path) {
+    struct _stat64 info {};
+    return path && _stat64(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFREG;
+}
+#else
+static_assert(sizeof(off_t) == 8, "64-bit file offsets");
+
+std::int64_t tell(std::FILE* file) { return ftello(file); }
+
+bool seek(std::FILE* file, std::int64_t offset, int whence) {
+    return fseeko(file, static_cast<off_t>(offset), whence) == 0;
+}
+
+FileStatus statusOf(std::FILE* file) {
+    FileStatus status;
+    struct stat info {};
+    if (fstat(fileno(file), &info) != 0) return status;
+    status.known = true;
+    status.regular = S_ISREG(info.st_mode);
+    status.directory = S_ISDIR(info.st_mode);
+    status.size = status.regular ? static_cast<std::int64_t>(info.st_size) : 0;
+    return status;
+}
+
+bool isRegularPath(const char* path) {
+    struct stat info {};
+    return path && stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+#endif
+
+}  // namespace KelpPlatform
