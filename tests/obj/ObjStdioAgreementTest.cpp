@@ -5,6 +5,7 @@
 #include <KelpFileIO.h>
 
 #include "ObjTestImages.h"
+#include "support/CReference.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
 #include <gtest/gtest.h>
@@ -129,6 +130,7 @@ bool sameBits(const std::vector<T>& actual, const std::vector<T>& expected) {
 }
 
 TEST(ObjStdioAgreement, RandomFilesReadIdentically) {
+    KELP_REQUIRE_GLIBC_REFERENCE();
     KELP_REQUIRE_READER_LOCALE();
     KelpTest::LocaleGuard guard;
     KelpTest::TempDir dir;

@@ -1,6 +1,7 @@
 #include "ply/PlyFile.h"
 
 #include "PlyTestFiles.h"
+#include "support/CReference.h"
 
 #include <gtest/gtest.h>
 
@@ -189,6 +190,7 @@ TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
 
 // The number reader against the C library's own fscanf.
 TEST(PlyInputNumbers, MatchFscanf) {
+    KELP_REQUIRE_GLIBC_REFERENCE();
     KelpTest::TempDir dir;
     const char* numbers[] = {
         "17", " \n\t-42x", "+8", "4294967301", "-1", "99999999999999999999", "18446744073709551617", "0x1A", "1e5",

@@ -62,7 +62,7 @@ TEST_F(DxfRead, FormatFailuresLeaveTheLocaleSwitchedAndEndOfFileSucceeds) {
     for (const std::string& text : {"999\ncomment\n" + kHead + "POINT 0 ENDSEC", std::string("0 SECTION 2 entities")}) {
         std::setlocale(LC_ALL, "C");
         EXPECT_FALSE(read(text)) << text;
-        EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale) << text;
+        EXPECT_EQ(KelpTest::currentLocale(), KelpTest::readerLocaleName()) << text;
     }
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
     EXPECT_TRUE(read(kHead + "POINT 10 1 0 POINT 10 2"));
