@@ -2,6 +2,9 @@
 
 #include "FuzzInput.h"
 
+#include "vrml/VrmlReader.h"
+#include "vrml/VrmlScene.h"
+
 namespace {
 bool isTokenByte(std::uint8_t c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '-' ||
@@ -20,11 +23,23 @@ bool holdsOverlongToken(const std::uint8_t* data, std::size_t size) {
     }
     return false;
 }
+
+// Every USE appends its geometry again, so a few lines of DEF/USE can
+// describe billions of points; the read would then fill memory (or end the
+// process, past what the mesh can count). Such inputs are measured with a
+// parse of their own and skipped.
+bool expandsBeyond(const std::string& path, std::uint64_t limit) {
+    KelpVrml::VrmlReader reader;
+    reader.open(path.c_str());
+    const KelpVrml::VrmlSceneSize size = KelpVrml::expandedSize(reader.parseNode(0));
+    return size.points + size.triangles > limit;
+}
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (holdsOverlongToken(data, size)) return -1;
     const std::string path = KelpFuzz::writeInput("input.wrl", data, size);
+    if (expandsBeyond(path, std::uint64_t{1} << 22)) return -1;
     KelpCore::KelpTriMesh mesh;
     KelpGraphic::KelpReadWrl(path.c_str(), &mesh);
     return 0;

@@ -131,13 +131,12 @@ VrmlReader::~VrmlReader() { close(); }
 bool VrmlReader::refill() {
     if (!file_) return false;
     bufferPos_ = 0;
-    bufferLength_ = std::fread(buffer_.get(), 1, kInputChunk, file_);
+    bufferLength_ = std::fread(buffer_.get(), 1, kInputChunk, file_.get());
     return bufferLength_ != 0;
 }
 
 void VrmlReader::close() {
-    if (file_) std::fclose(file_);
-    file_ = nullptr;
+    file_.reset();
     bufferPos_ = bufferLength_ = 0;
 }
 
@@ -150,7 +149,7 @@ int VrmlReader::open(const char* path) {
     *current_ = VrmlToken{};
     *lookAhead_ = VrmlToken{};
     path_ = path;
-    file_ = std::fopen(path, "r");
+    file_ = KelpIo::openFile(path, "r");
     if (!file_) {
         errorBuffer_ = formatText("cannot open vrml file %s", path);
         errorText_ = errorBuffer_.c_str();

@@ -6,6 +6,8 @@
 // read; tests may build their own instances to drive the layers directly.
 #pragma once
 
+#include "io/FileHandle.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <deque>
@@ -32,8 +34,6 @@ enum VrmlTokenCode : int {
 inline constexpr int kTokenBufferSize = 512;
 // DEF names keep at most this many characters.
 inline constexpr int kNameLength = 24;
-// Group nodes nested deeper than this fail the parse instead of recursing on.
-inline constexpr int kMaxGroupDepth = 1000;
 
 struct VrmlToken {
     int code = kTokenEnd;
@@ -70,6 +70,14 @@ struct VrmlDefEntry {
 
 struct VrmlFieldLayout;
 struct VrmlNodeLayout;
+struct VrmlParseFrame;
+
+// What the parse of an open node asks of the loop that drives it.
+enum class ParseStep {
+    Group,     // a group's "{" was read: read its body
+    Child,     // the group's body needs its next child node
+    Finished,  // the node is done (its record, or null)
+};
 
 class VrmlReader {
 public:
@@ -103,13 +111,12 @@ public:
     // --- Node layer ------------------------------------------------------
 
     // Parses one node; null on failure (the error text says why). Depth 0 is
-    // the top node; a missing "}" is only an error below it.
+    // the top node; a missing "}" is only an error below it. Nesting costs
+    // heap memory, not native stack.
     VrmlNode* parseNode(int depth);
 
     // Frees every node record and the DEF table.
     void releaseScene();
-    // Records parsed so far plus the points and triangles they hold.
-    std::uint64_t sceneSize() const;
 
 private:
     // Reads one raw token into `token`, comments included (code 1023).
@@ -143,13 +150,20 @@ private:
     void setErrorWithLine(const char* message);
     int expectOpenBrace();
 
-    bool parseKnownNode(const VrmlNodeLayout& layout, int depth);
+    ParseStep startNode(VrmlParseFrame& frame, bool nested);
+    ParseStep runNode(VrmlParseFrame& frame, int code);
+    ParseStep resumeNode(VrmlParseFrame& frame);
+    ParseStep runGroupBody(VrmlParseFrame& frame);
+    ParseStep failGroup(VrmlParseFrame& frame);
+    ParseStep finishNode(VrmlParseFrame& frame, int code);
+    static ParseStep finishWith(VrmlParseFrame& frame, VrmlNode* result);
     bool parseLeafBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields);
-    bool parseGroupBody(const VrmlNodeLayout& layout, std::vector<VrmlField>& fields,
-                        std::vector<VrmlNode*>& children, int depth);
     bool readFieldValue(const VrmlFieldLayout& layout, VrmlField& field);
     bool readOneNumber(float& value);
+    bool readPlainNumbers(int n, std::vector<float>& out);
     bool readNumbers(int n, std::vector<float>& out);
+    template <typename ReadItem>
+    bool readListItems(ReadItem readItem);
     bool readVectorList(VrmlField& field);
     bool readIntegerList(VrmlField& field);
     bool readFloatList(VrmlField& field);
@@ -159,11 +173,11 @@ private:
     bool readImage(VrmlField& field);
     bool endedInsideNode(int code) const { return code < 0 || (code == kTokenEnd && endOfInput_); }
 
-    VrmlNode* storeCompletedNode(bool defSeen);
+    VrmlNode* storeCompletedNode(VrmlNode& node, bool defSeen);
     VrmlDefEntry* findDef(const char* name) const;
 
     // Input.
-    std::FILE* file_ = nullptr;
+    KelpIo::FileHandle file_;
     std::unique_ptr<unsigned char[]> buffer_;
     std::size_t bufferPos_ = 0;
     std::size_t bufferLength_ = 0;
@@ -182,11 +196,8 @@ private:
     const char* errorText_;
     std::string errorBuffer_;
 
-    // Nodes: the one under construction, the group nodes' saved copies of it,
-    // every record made during the read, and the DEF table (newest first,
-    // with an index by name for the lookups of USE).
-    VrmlNode building_;
-    std::vector<VrmlNode> savedBuilding_;
+    // Nodes: every record made during the read, and the DEF table (newest
+    // first, with an index by name for the lookups of USE).
     std::vector<std::unique_ptr<VrmlNode>> records_;
     std::deque<VrmlDefEntry> defEntries_;
     VrmlDefEntry* defHead_ = nullptr;
@@ -198,23 +209,5 @@ VrmlReader& vrmlReader();
 
 // Test hook: the error text that the last KelpReadWrl left behind.
 const char* lastVrmlError();
-
-}  // namespace KelpVrml
-
-namespace KelpCore {
-class KelpTriMesh;
-}
-
-namespace KelpVrml {
-
-// Appends the points of Coordinate3 records and the triangles of
-// IndexedFaceSet records under `node` (depth first, pre-order) to the mesh.
-// Every visited record costs one unit of `budget`, every point and triangle
-// one more; the walk stops before a record that would overdraw it (returning
-// false), so that USE chains cannot expand a small file without bound.
-bool appendSceneToMesh(const VrmlNode* node, KelpCore::KelpTriMesh& mesh, std::uint64_t budget);
-
-// The budget KelpReadWrl grants a scene of `sceneSize` units.
-std::uint64_t expansionBudget(std::uint64_t sceneSize);
 
 }  // namespace KelpVrml

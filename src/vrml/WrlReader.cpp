@@ -6,14 +6,12 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
-#include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
+#include "vrml/VrmlScene.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <vector>
 
 namespace KelpVrml {
 
@@ -23,48 +21,6 @@ VrmlReader& vrmlReader() {
 }
 
 const char* lastVrmlError() { return vrmlReader().errorText(); }
-
-std::uint64_t expansionBudget(std::uint64_t sceneSize) { return (std::uint64_t{1} << 24) + 16 * sceneSize; }
-
-bool appendSceneToMesh(const VrmlNode* top, KelpCore::KelpTriMesh& mesh, std::uint64_t budget) {
-    if (!top) return true;
-    std::uint64_t spent = 0;
-    // USE records share their target, and USE chains can be far deeper than
-    // the nesting of the file, so the walk keeps its own stack.
-    std::vector<const VrmlNode*> pending{top};
-    while (!pending.empty()) {
-        const VrmlNode* node = pending.back();
-        pending.pop_back();
-
-        std::uint64_t cost = 1;
-        for (const VrmlField& field : node->fields) {
-            if (node->type == kCoordinate3 && field.kind == kPoint)
-                cost += std::min<std::size_t>(static_cast<std::size_t>(field.count), field.floats.size()) / 3;
-            else if (node->type == kIndexedFaceSet && field.kind == kCoordIndex)
-                cost += std::min<std::size_t>(static_cast<std::size_t>(field.count), field.ints.size()) / 3;
-        }
-        if (cost > budget - spent) return false;
-        spent += cost;
-
-        for (const VrmlField& field : node->fields) {
-            if (node->type == kCoordinate3 && field.kind == kPoint) {
-                const std::size_t points =
-                    std::min<std::size_t>(static_cast<std::size_t>(field.count), field.floats.size()) / 3;
-                const float* xyz = field.floats.data();
-                for (std::size_t i = 0; i < points; ++i, xyz += 3) mesh.addVertex({xyz[0], xyz[1], xyz[2]});
-            } else if (node->type == kIndexedFaceSet && field.kind == kCoordIndex) {
-                const std::size_t triangles =
-                    std::min<std::size_t>(static_cast<std::size_t>(field.count), field.ints.size()) / 3;
-                const std::int32_t* abc = field.ints.data();
-                for (std::size_t i = 0; i < triangles; ++i, abc += 3)
-                    mesh.addFace(static_cast<std::uint32_t>(abc[0]), static_cast<std::uint32_t>(abc[1]),
-                                 static_cast<std::uint32_t>(abc[2]));
-            }
-        }
-        for (auto child = node->children.rbegin(); child != node->children.rend(); ++child) pending.push_back(*child);
-    }
-    return true;
-}
 
 namespace {
 
@@ -77,12 +33,13 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
         reader.clearEndOfInput();
         reader.open(path);
         const VrmlNode* top = reader.parseNode(0);
-        appendSceneToMesh(top, mesh, expansionBudget(reader.sceneSize()));
+        appendSceneToMesh(top, mesh);
         reader.close();
         reader.releaseScene();
     } catch (const std::bad_alloc&) {
         // Memory ran out for the reader, a record, a value array or the
-        // mesh: the reader has always ended the process here.
+        // mesh, or the expanded scene cannot be held: the reader has always
+        // ended the process here.
         std::exit(-1);
     }
 }

@@ -159,17 +159,46 @@ TEST(VrmlParser, EndOfInputFailsInsideNodesAndLists) {
     EXPECT_NE(Parsed("").node, nullptr);
 }
 
-TEST(VrmlParser, NestingIsBoundedWithoutExhaustingTheStack) {
-    auto nested = [](int levels) {
-        std::string text;
-        for (int i = 0; i < levels; ++i) text += "Separator {\n";
-        return text + std::string(levels, '}');
-    };
-    EXPECT_NE(Parsed(nested(kMaxGroupDepth + 1)).node, nullptr);
-    EXPECT_EQ(Parsed(nested(kMaxGroupDepth + 2)).node, nullptr);
-    Parsed huge(nested(100000));
-    EXPECT_EQ(huge.node, nullptr);
-    EXPECT_NE(huge.error().find("invalid node syntax"), std::string::npos) << huge.error();
+TEST(VrmlParser, FloatAndStringListsNeedBracketsAndSingleCommas) {
+    // Accepted: the values read; refused: the node fails.
+    const std::vector<std::pair<std::string, std::vector<float>>> floats = {
+        {"[0.5, 0.25]", {0.5f, 0.25f}}, {"[0.5 0.25]", {0.5f, 0.25f}}, {"[0.5, ]", {0.5f}}, {"[ ]", {}}};
+    for (const auto& [list, values] : floats) {
+        Parsed p("Material { transparency " + list + " }");
+        ASSERT_NE(p.node, nullptr) << list << ": " << p.error();
+        EXPECT_EQ(field(p.node, kTransparency).floats, values) << list;
+        EXPECT_EQ(field(p.node, kTransparency).count, static_cast<int>(values.size())) << list;
+    }
+    Parsed strings("AsciiText { string [\"a\", b \"c\",] }");
+    ASSERT_NE(strings.node, nullptr) << strings.error();
+    EXPECT_EQ(field(strings.node, kString).strings, (std::vector<std::string>{"a", "b", "c"}));
+
+    for (const char* text : {"Material { shininess 0.5 }", "Material { transparency [ , 0.5 ] }",
+                             "Material { transparency [ 0.5,, 0.25 ] }", "AsciiText { string \"Hello\" }",
+                             "AsciiText { width 2 }", "AsciiText { string [ , \"a\" ] }",
+                             "AsciiText { string [ \"a\",, \"b\" ] }", "LOD { range [1,, 2] }"}) {
+        Parsed p(text);
+        EXPECT_EQ(p.node, nullptr) << text;
+        EXPECT_EQ(p.error(), "file \"" + p.on.path + "\" line 2: invalid node syntax") << text;
+    }
+}
+
+TEST(VrmlParser, ImagesAreBareNumbers) {
+    const std::vector<std::pair<std::string, Ints>> accepted = {
+        {"2 1 1 255 0", {255, 0}}, {"0 0 0", {}}, {"1 1 3 0xFF00", {0}}, {"2 2 1 1 2 3 4 wrapS CLAMP", {1, 2, 3, 4}}};
+    for (const auto& [image, pixels] : accepted) {
+        Parsed p("Texture2 { image " + image + " }");
+        ASSERT_NE(p.node, nullptr) << image << ": " << p.error();
+        EXPECT_EQ(field(p.node, kImage).ints, pixels) << image;
+        EXPECT_EQ(field(p.node, kImage).count, static_cast<int>(3 + pixels.size())) << image;
+    }
+    // Brackets and commas anywhere, too few pixels, or a huge announced size
+    // with few numbers behind it fail the node.
+    for (const char* image : {"[2 1 1 255 0]", "2, 1 1 255 0", "2 1 1, 255 0", "2 1 1 255, 0", "2 1 1 255",
+                              "2 1 1 [255 0]", "65536 65536 1 1 2 3"}) {
+        Parsed p(std::string("Texture2 { image ") + image + " }");
+        EXPECT_EQ(p.node, nullptr) << image;
+    }
 }
 
 }  // namespace

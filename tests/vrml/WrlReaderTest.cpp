@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -103,7 +104,7 @@ TEST_F(WrlRead, EveryTruncationReturns) {
                              "DEF S Separator { renderCulling ON DEF M Material { diffuseColor 1 0 0 }\n"
                              "  Coordinate3 { point [0 0 0, 1 0 0, 0 1 0, 1 1 0] }\n"
                              "  IndexedFaceSet { coordIndex [0, 1, 2, -1, 2, 1, 3, -1, ] }\n"
-                             "  Switch { whichChild 0 USE M } AsciiText { string \"x\\\"y\" }\n}\n";
+                             "  Switch { whichChild 0 USE M } AsciiText { string [\"x\\\"y\"] }\n}\n";
     EXPECT_EQ(readAfresh(full).faceCount, 2u);
     // Until the closing brace of the top node is in, the parse fails whole.
     const std::size_t closed = full.rfind('}') + 1;
@@ -111,12 +112,58 @@ TEST_F(WrlRead, EveryTruncationReturns) {
         EXPECT_EQ(readAfresh(full.substr(0, length)).vertexCount, length < closed ? 0u : 4u) << length;
 }
 
-TEST_F(WrlRead, UseExpansionIsBudgeted) {
+TEST_F(WrlRead, NestingDepthOnlyDecidesWhetherAMissingBraceIsAnError) {
+    auto nested = [](int levels, int closed) {
+        std::string text = kHeader;
+        for (int i = 0; i < levels; ++i) text += "Separator {\n";
+        return text + "Coordinate3 { point [1 2 3] }" + std::string(static_cast<std::size_t>(closed), '}');
+    };
+    for (const int levels : {1, 1000, 1001, 100000}) {
+        EXPECT_EQ(readAfresh(nested(levels, levels)).vertices, (std::vector<Vec3f>{{1, 2, 3}})) << levels;
+        EXPECT_STREQ(KelpVrml::lastVrmlError(), "no vrml error");
+        // The input may not end inside a group, however shallow or deep.
+        EXPECT_EQ(readAfresh(nested(levels, levels - 1)).vertexCount, 0u) << levels;
+    }
+}
+
+TEST_F(WrlRead, EveryUseAppendsItsGeometryAgain) {
+    // Two records of points and one of faces, reached through USE chains: the
+    // result is the depth-first expansion, in order.
+    read(std::string(kHeader) +
+         "Separator { DEF A Coordinate3 { point [1 1 1] }\n"
+         "DEF B Separator { Coordinate3 { point [2 2 2, 3 3 3] } USE A DEF F IndexedFaceSet { coordIndex [4, 5, 6, -1, ] } }\n"
+         "Separator { USE B Cube { } USE A USE F DEF C Separator { USE B USE B } USE C } }");
+    const Vec3f a{1, 1, 1}, p{2, 2, 2}, q{3, 3, 3};
+    // A, B, USE B, USE A, C (B twice), USE C (B twice).
+    EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{a, p, q, a, p, q, a, a, p, q, a, p, q, a, p, q, a, p, q, a}));
+    EXPECT_EQ(mesh.faces, std::vector<Vec3u>(7, Vec3u{4, 5, 6}));
+
+    // 21 levels of doubling over one point: 2^22 - 1 vertices, every one.
+    std::string doubling = std::string(kHeader) + "Separator { DEF L0 Coordinate3 { point [1 2 3] }\n";
+    for (int i = 1; i <= 21; ++i)
+        doubling += "DEF L" + std::to_string(i) + " Separator { USE L" + std::to_string(i - 1) + " USE L" +
+                    std::to_string(i - 1) + " }\n";
+    readAfresh(doubling + "}");
+    EXPECT_EQ(mesh.vertexCount, 4194303u);
+    EXPECT_EQ(std::count(mesh.vertices.begin(), mesh.vertices.end(), Vec3f{1, 2, 3}), 4194303);
+
+    // Doubling 80 times over a node without geometry appends nothing, and
+    // the walk never enters it.
+    std::string empty = std::string(kHeader) + "Separator { DEF E Cube { }\n";
+    for (int i = 0; i < 80; ++i) empty += "DEF E Separator { USE E USE E }\n";
+    EXPECT_EQ(readAfresh(empty + "}").vertexCount, 0u);
+}
+
+using WrlReadDeathTest = WrlRead;
+
+TEST_F(WrlReadDeathTest, ExpansionPastTheThirtyTwoBitCountsEndsTheProcess) {
+    // 2^33 - 1 points cannot be counted by the mesh: memory runs out, which
+    // ends the process with status -1 before anything is appended.
     std::string text = std::string(kHeader) + "Separator { DEF A Coordinate3 { point [1 1 1] }\n";
-    for (int i = 0; i < 60; ++i) text += "DEF A Separator { USE A USE A }\n";
-    read(text + "}");
-    EXPECT_GT(mesh.vertexCount, 0u);
-    EXPECT_LE(mesh.vertexCount, KelpVrml::expansionBudget(200));
+    for (int i = 0; i < 32; ++i) text += "DEF A Separator { USE A USE A }\n";
+    KelpTest::writeFile(path, text + "}");
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(KelpGraphic::KelpReadWrl(path.c_str(), &mesh), ::testing::ExitedWithCode(255), "");
 }
 
 TEST_F(WrlRead, SwitchesTheLocaleAndPutsCBack) {
