@@ -24,8 +24,8 @@ struct PlyPropertyRequest {
     int countMemoryType = PlyTypeNone;
     std::size_t countOffset = 0;
     int format = PlyFormatUnknown;  // filled in when the element is prepared
-    // For a list written in place: how many items fit at valueOffset. A list
-    // with more items fails to read instead of running over the record.
+    // For a list written in place: how many items fit at valueOffset. The
+    // items of a longer list beyond that are read and dropped.
     int listCapacity = 0;
 };
 

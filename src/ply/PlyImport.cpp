@@ -1,23 +1,22 @@
 // KelpReadPly: asks the PLY reader for positions, face corners (or strips)
 // and the optional properties it knows, then walks the elements in header
-// order and appends vertices and triangles to the mesh.
-//
-// The common binary layouts (a vertex element of scalars only, a face element
-// of scalars and one corner list) are decoded a whole instance at a time
-// straight from the read buffer, with the same results as the per-property
-// routines; anything else, and any instance near the end of the file, goes
-// through the routines.
+// order and appends vertices and triangles to the mesh. The common binary
+// layouts are decoded a whole instance at a time (PlyInstanceDecoder.h).
 #include "ply/PlyImport.h"
 
 #include <KelpFileIO.h>
 
 #include "ply/PlyFile.h"
+#include "ply/PlyInstanceDecoder.h"
 #include "ply/PlyValues.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
+#include <memory>
+#include <new>
 #include <vector>
 
 namespace KelpPly {
@@ -103,141 +102,72 @@ PlyPropertyRequest stripRequest() {
     return r;
 }
 
-std::int32_t loadLe32(const unsigned char* bytes) {
-    return static_cast<std::int32_t>(std::uint32_t(bytes[0]) | std::uint32_t(bytes[1]) << 8 |
-                                     std::uint32_t(bytes[2]) << 16 | std::uint32_t(bytes[3]) << 24);
-}
-
-float loadLeFloat(const unsigned char* bytes) {
-    const std::uint32_t bits = static_cast<std::uint32_t>(loadLe32(bytes));
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-// Instances larger than this go through the routines.
-constexpr std::size_t kMaxPlannedInstance = 1 << 16;
-
-// Offsets of the stored scalars whose four bytes must not all be zero
-// (binary_big_endian int and float), relative to where they start.
-using ZeroChecks = std::vector<std::size_t>;
-
-bool passesZeroChecks(const unsigned char* bytes, const ZeroChecks& checks) {
-    for (std::size_t offset : checks)
-        if (allZero(bytes + offset, 4)) return false;
-    return true;
-}
-
-// A binary vertex element of scalars only: fixed instance size; positions
-// are float in both byte orders.
-struct VertexPlan {
-    bool usable = false;
-    std::size_t size = 0;
-    std::size_t offsets[3] = {0, 0, 0};
-    ZeroChecks checks;
-};
-
-VertexPlan planVertices(const PlyElement& element, int format) {
-    VertexPlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
-    const std::size_t targets[3] = {offsetof(PlyVertexRecord, x), offsetof(PlyVertexRecord, y),
-                                    offsetof(PlyVertexRecord, z)};
-    bool found[3] = {false, false, false};
-    for (const PlyProperty& property : element.properties) {
-        if (property.isList || !property.routine) return plan;
-        if (property.stored) {
-            if (zeroMeansFailure(property.type, format)) plan.checks.push_back(plan.size);
-            for (int axis = 0; axis < 3; ++axis) {
-                if (property.request.valueOffset == targets[axis]) {
-                    if (property.type != PlyTypeFloat || property.request.memoryType != PlyTypeFloat) return plan;
-                    plan.offsets[axis] = plan.size;
-                    found[axis] = true;
-                }
-            }
-        }
-        plan.size += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+// Room for `extra` more entries, growing by at least half so that many small
+// elements append in linear time; returns the spare room after that.
+template <typename Vector>
+std::uint64_t makeRoom(Vector& array, std::uint64_t extra) {
+    const std::uint64_t needed = array.size() + extra;
+    if (needed > array.capacity()) {
+        const std::uint64_t grown = array.capacity() + array.capacity() / 2;
+        array.reserve(static_cast<std::size_t>(needed > grown ? needed : grown));
     }
-    plan.usable = found[0] && found[1] && found[2] && plan.size <= kMaxPlannedInstance;
-    return plan;
+    return array.capacity() - array.size();
 }
 
-// A binary face element of scalars and one corner list of int items with a
-// one-byte count, written in place.
-struct FacePlan {
-    bool usable = false;
-    std::size_t before = 0;  // bytes of the scalars before the list
-    std::size_t after = 0;   // and after it
-    bool signedCount = false;
-    ZeroChecks checksBefore;
-    ZeroChecks checksAfter;
-};
+// Room for `extra` more entries in every array that addVertex (or addFace)
+// appends to, so that no append fails halfway through an entry; returns how
+// many entries can be appended before room must be made again. A total the
+// 32-bit count cannot hold is an allocation failure like any other.
+template <typename Entries>
+std::uint64_t makeEntryRoom(std::uint32_t count, std::uint32_t attributes, std::uint64_t extra, Entries& entries,
+                            std::vector<std::uint32_t>& flags, std::vector<KelpCore::Vec3f>& normals,
+                            std::vector<KelpCore::Vec3f>& auxVectors, std::vector<float>& auxValues) {
+    constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
+    if (count + extra > kMaxCount) throw std::bad_alloc();
+    std::uint64_t room = std::min(makeRoom(entries, extra), makeRoom(flags, extra));
+    if (attributes & KelpCore::KelpAttributeNormals) room = std::min(room, makeRoom(normals, extra));
+    if (attributes & KelpCore::KelpAttributeAuxVectors) room = std::min(room, makeRoom(auxVectors, extra));
+    if (attributes & KelpCore::KelpAttributeAuxValues) room = std::min(room, makeRoom(auxValues, extra));
+    return std::min(room, kMaxCount - count);
+}
 
-FacePlan planFaces(const PlyElement& element, int format) {
-    FacePlan plan;
-    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
-    bool listSeen = false;
-    for (const PlyProperty& property : element.properties) {
-        if (!property.routine) return plan;
-        if (property.isList) {
-            const PlyPropertyRequest& r = property.request;
-            if (listSeen || !property.stored || r.storedType != PlyTypeInt || r.memoryType != PlyTypeInt ||
-                r.allocateList || r.valueOffset != offsetof(PlyFaceRecord, indices) ||
-                r.countOffset != offsetof(PlyFaceRecord, size) || kPlyTypeSizes[r.countMemoryType] != 1 ||
-                isFloatingType(r.countMemoryType) ||
-                (r.countStoredType != PlyTypeUchar && r.countStoredType != PlyTypeChar))
-                return plan;
-            listSeen = true;
-            plan.signedCount = r.countStoredType == PlyTypeChar;
-            continue;
+std::uint64_t makeVertexRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+    return makeEntryRoom(mesh.vertexCount, mesh.vertexAttributes, extra, mesh.vertices, mesh.vertexFlags,
+                         mesh.vertexNormals, mesh.vertexAuxVectors, mesh.vertexAuxValues);
+}
+
+std::uint64_t makeFaceRoom(KelpTriMesh& mesh, std::uint64_t extra) {
+    return makeEntryRoom(mesh.faceCount, mesh.faceAttributes, extra, mesh.faces, mesh.faceFlags, mesh.faceNormals,
+                         mesh.faceAuxVectors, mesh.faceAuxValues);
+}
+
+// Calls `appendOne` (an importer code) `count` times, in batches that fit the
+// room `makeRoom(extra)` made, so that appending needs no check of its own.
+template <typename MakeRoom, typename AppendOne>
+int appendInBatches(std::uint64_t count, std::uint64_t room, MakeRoom makeRoom, AppendOne appendOne) {
+    for (std::uint64_t done = 0; done < count;) {
+        if (room == 0) room = makeRoom(1);
+        const std::uint64_t batch = std::min(room, count - done);
+        for (std::uint64_t i = 0; i < batch; ++i) {
+            const int code = appendOne();
+            if (code != PlyImportOk) return code;
         }
-        std::size_t& cursor = listSeen ? plan.after : plan.before;
-        if (property.stored && zeroMeansFailure(property.type, format))
-            (listSeen ? plan.checksAfter : plan.checksBefore).push_back(cursor);
-        cursor += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+        room -= batch;
+        done += batch;
     }
-    plan.usable = listSeen && plan.before + plan.after <= kMaxPlannedInstance;
-    return plan;
+    return PlyImportOk;
 }
 
-enum class Decoded { Ok, Failed, NotHere };
-
-Decoded decodeVertex(PlyInput& input, const VertexPlan& plan, PlyVertexRecord& vertex) {
-    if (!input.ensure(plan.size)) return Decoded::NotHere;
-    const unsigned char* bytes = input.data();
-    if (!passesZeroChecks(bytes, plan.checks)) return Decoded::Failed;
-    vertex.x = loadLeFloat(bytes + plan.offsets[0]);
-    vertex.y = loadLeFloat(bytes + plan.offsets[1]);
-    vertex.z = loadLeFloat(bytes + plan.offsets[2]);
-    input.advance(plan.size);
-    return Decoded::Ok;
-}
-
-Decoded decodeFace(PlyInput& input, const FacePlan& plan, PlyFaceRecord& face) {
-    if (!input.ensure(plan.before + 1)) return Decoded::NotHere;
-    const unsigned char countByte = input.data()[plan.before];
-    const int count = plan.signedCount ? static_cast<signed char>(countByte) : countByte;
-    const std::size_t items = count > 0 ? static_cast<std::size_t>(count) : 0;
-    const std::size_t listEnd = plan.before + 1 + 4 * items;
-    const std::size_t total = listEnd + plan.after;
-    if (!input.ensure(total)) return Decoded::NotHere;
-    const unsigned char* bytes = input.data();
-    if (!passesZeroChecks(bytes, plan.checksBefore) || !passesZeroChecks(bytes + listEnd, plan.checksAfter))
-        return Decoded::Failed;
-    face.size = countByte;
-    const unsigned char* item = bytes + plan.before + 1;
-    for (std::size_t i = 0; i < items; ++i, item += 4) face.indices[i] = loadLe32(item);
-    input.advance(total);
-    return Decoded::Ok;
+void addFace(KelpTriMesh& mesh, std::int32_t a, std::int32_t b, std::int32_t c) {
+    mesh.addFace(static_cast<std::uint32_t>(a), static_cast<std::uint32_t>(b), static_cast<std::uint32_t>(c));
 }
 
 // Room for the instances the rest of the file can hold, never more: the
-// declared count alone is not trusted.
-template <typename Vector>
-void reserveFor(Vector& array, int declared, std::uint64_t bytesLeft, std::uint64_t minInstanceBytes) {
-    if (declared < 1 || bytesLeft == std::numeric_limits<std::uint64_t>::max() || minInstanceBytes == 0) return;
-    std::uint64_t fit = bytesLeft / minInstanceBytes;
-    if (fit > static_cast<std::uint64_t>(declared)) fit = static_cast<std::uint64_t>(declared);
-    array.reserve(array.size() + static_cast<std::size_t>(fit));
+// declared count alone is not trusted for elements that read data.
+std::uint64_t instancesThatFit(int declared, std::uint64_t bytesLeft, std::uint64_t minInstanceBytes) {
+    if (declared < 1 || bytesLeft == std::numeric_limits<std::uint64_t>::max() || minInstanceBytes == 0) return 0;
+    const std::uint64_t fit = bytesLeft / minInstanceBytes;
+    return fit < static_cast<std::uint64_t>(declared) ? fit : static_cast<std::uint64_t>(declared);
 }
 
 std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
@@ -254,6 +184,8 @@ std::uint64_t minimalInstanceBytes(const PlyElement& element, int format) {
 }  // namespace
 
 void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh& mesh) {
+    // At most one triangle per index after the second.
+    if (count > 2) makeFaceRoom(mesh, static_cast<std::uint64_t>(count) - 2);
     int restartParity = 0;
     for (std::int64_t k = 0; k < std::int64_t(count) - 2; ++k) {
         const std::int32_t corner = indices[k + 2];
@@ -263,15 +195,99 @@ void decodePlyStrip(const std::int32_t* indices, std::int32_t count, KelpTriMesh
             restartParity = (k % 2 == 0) ? 1 : 0;
             continue;
         }
-        const auto a = static_cast<std::uint32_t>(indices[k]);
-        const auto b = static_cast<std::uint32_t>(indices[k + 1]);
-        const auto c = static_cast<std::uint32_t>(corner);
         if ((k + restartParity) % 2 != 0)
-            mesh.addFace(b, a, c);
+            addFace(mesh, indices[k + 1], indices[k], corner);
         else
-            mesh.addFace(a, b, c);
+            addFace(mesh, indices[k], indices[k + 1], corner);
     }
 }
+
+namespace {
+
+// Reads every element in header order into the mesh; the importer's code.
+int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
+    // The records live for the whole walk: an element that stores nothing
+    // into them sees what the last instance left.
+    PlyVertexRecord vertex{};
+    PlyFaceRecord face{};
+    PlyStripRecord strip{};
+    auto asRecord = [](auto& record) { return reinterpret_cast<unsigned char*>(&record); };
+
+    auto vertexRoom = [&](std::uint64_t extra) { return makeVertexRoom(mesh, extra); };
+    auto faceRoom = [&](std::uint64_t extra) { return makeFaceRoom(mesh, extra); };
+    auto appendVertex = [&] {
+        mesh.addVertex({vertex.x, vertex.y, vertex.z});
+        return PlyImportOk;
+    };
+    auto appendFace = [&] {
+        if (face.size != 3) return PlyImportNotTriangle;
+        addFace(mesh, face.indices[0], face.indices[1], face.indices[2]);
+        return PlyImportOk;
+    };
+
+    for (std::size_t e = 0; e < ply.elements.size(); ++e) {
+        PlyElement& element = ply.elements[e];
+        if (element.count < 1) continue;
+        const auto count = static_cast<std::uint64_t>(element.count);
+        int code = PlyImportOk;
+        if (element.properties.empty()) {
+            // Nothing to read: every instance is the load record as it stands.
+            // A strip record holds no strip between instances (each is freed
+            // once decoded), and other elements have no record.
+            if (element.name == "vertex")
+                code = appendInBatches(count, makeVertexRoom(mesh, count), vertexRoom, appendVertex);
+            else if (element.name == "face")
+                code = face.size == 3 ? appendInBatches(count, makeFaceRoom(mesh, count), faceRoom, appendFace)
+                                      : PlyImportNotTriangle;
+            if (code != PlyImportOk) return code;
+            continue;
+        }
+        ply.selectElement(static_cast<int>(e));
+        const std::uint64_t minBytes = minimalInstanceBytes(element, ply.format);
+
+        if (element.name == "vertex") {
+            const VertexPlan plan = planVertices(element, ply.format);
+            const std::uint64_t instanceBytes = plan.usable ? plan.size : minBytes;
+            const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes);
+            code = appendInBatches(count, makeVertexRoom(mesh, fit), vertexRoom, [&] {
+                Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
+                if (decoded == Decoded::NotHere)
+                    decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
+                if (decoded == Decoded::Failed) return PlyImportBadInstance;
+                return appendVertex();
+            });
+        } else if (element.name == "face") {
+            const FacePlan plan = planFaces(element, ply.format);
+            // Every accepted face has three corners.
+            const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
+            const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes);
+            code = appendInBatches(count, makeFaceRoom(mesh, fit), faceRoom, [&] {
+                Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
+                if (decoded == Decoded::NotHere)
+                    decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
+                if (decoded == Decoded::Failed) return PlyImportBadInstance;
+                return appendFace();
+            });
+        } else if (element.name == "tristrips") {
+            const bool decodes = static_cast<int>(e) == stripIndex;
+            for (int n = 0; n < element.count; ++n) {
+                strip = PlyStripRecord{};
+                const bool ok = ply.readInstance(asRecord(strip)) == 0;
+                const std::unique_ptr<std::int32_t, decltype(&std::free)> owned(strip.indices, &std::free);
+                if (!ok) return PlyImportBadInstance;
+                if (decodes && strip.indices) decodePlyStrip(strip.indices, strip.size, mesh);
+            }
+            strip = PlyStripRecord{};
+        } else {
+            for (int n = 0; n < element.count; ++n)
+                if (ply.readInstance(nullptr) != 0) return PlyImportBadInstance;
+        }
+        if (code != PlyImportOk) return code;
+    }
+    return PlyImportOk;
+}
+
+}  // namespace
 
 PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
     PlyImportResult result;
@@ -356,63 +372,12 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
                                 PlyFaceRecord::kMaxListValues)))
         result.attributeMask |= PlyHasFaceColourList;
 
-    // The records live for the whole walk: an element that stores nothing
-    // into them sees what the last instance left.
-    PlyVertexRecord vertex{};
-    PlyFaceRecord face{};
-    PlyStripRecord strip{};
-    auto asRecord = [](auto& record) { return reinterpret_cast<unsigned char*>(&record); };
-
-    for (std::size_t e = 0; e < ply.elements.size(); ++e) {
-        PlyElement& element = ply.elements[e];
-        // An element without properties holds no data: its instances would
-        // never fail, so a huge count would spin (or append stale records)
-        // without reading a byte. It is passed over like an empty one.
-        if (element.count < 1 || element.properties.empty()) continue;
-        ply.selectElement(static_cast<int>(e));
-        const std::uint64_t minBytes = minimalInstanceBytes(element, ply.format);
-
-        if (element.name == "vertex") {
-            const VertexPlan plan = planVertices(element, ply.format);
-            const std::uint64_t left = ply.input.bytesLeft();
-            reserveFor(mesh->vertices, element.count, left, plan.usable ? plan.size : minBytes);
-            reserveFor(mesh->vertexFlags, element.count, left, plan.usable ? plan.size : minBytes);
-            for (int n = 0; n < element.count; ++n) {
-                Decoded decoded = plan.usable ? decodeVertex(ply.input, plan, vertex) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(vertex)) == 0 ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return fail(PlyImportBadInstance);
-                mesh->addVertex({vertex.x, vertex.y, vertex.z});
-            }
-        } else if (element.name == "face") {
-            const FacePlan plan = planFaces(element, ply.format);
-            const std::uint64_t left = ply.input.bytesLeft();
-            // Every accepted face has three corners.
-            const std::uint64_t faceBytes = ply.format == PlyFormatAscii ? 8 : minBytes + 12;
-            reserveFor(mesh->faces, element.count, left, faceBytes);
-            reserveFor(mesh->faceFlags, element.count, left, faceBytes);
-            for (int n = 0; n < element.count; ++n) {
-                Decoded decoded = plan.usable ? decodeFace(ply.input, plan, face) : Decoded::NotHere;
-                if (decoded == Decoded::NotHere)
-                    decoded = ply.readInstance(asRecord(face)) == 0 ? Decoded::Ok : Decoded::Failed;
-                if (decoded == Decoded::Failed) return fail(PlyImportBadInstance);
-                if (face.size != 3) return fail(PlyImportNotTriangle);
-                mesh->addFace(static_cast<std::uint32_t>(face.indices[0]), static_cast<std::uint32_t>(face.indices[1]),
-                              static_cast<std::uint32_t>(face.indices[2]));
-            }
-        } else if (element.name == "tristrips") {
-            const bool decodes = static_cast<int>(e) == stripIndex;
-            for (int n = 0; n < element.count; ++n) {
-                const bool ok = ply.readInstance(asRecord(strip)) == 0;
-                if (ok && decodes && strip.indices) decodePlyStrip(strip.indices, strip.size, *mesh);
-                std::free(strip.indices);
-                strip = PlyStripRecord{};
-                if (!ok) return fail(PlyImportBadInstance);
-            }
-        } else {
-            for (int n = 0; n < element.count; ++n)
-                if (ply.readInstance(nullptr) != 0) return fail(PlyImportBadInstance);
-        }
+    try {
+        result.code = readElements(ply, *mesh, stripIndex);
+    } catch (const std::bad_alloc&) {
+        // What was appended before stays; the mesh's arrays were made room
+        // for ahead of every append, so they agree with its counts.
+        result.code = PlyImportBadInstance;
     }
     return result;
 }

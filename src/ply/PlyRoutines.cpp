@@ -33,15 +33,27 @@ inline void storeCount(const PlyPropertyRequest& request, unsigned char* record,
 
 inline void storePointer(unsigned char* target, void* pointer) { std::memcpy(target, &pointer, sizeof pointer); }
 
-// Reads the items of an allocated list: the buffer grows as the items arrive,
-// so that a count no file could hold allocates nothing beyond the file's data.
-// A list that runs past the end of the file fails.
+// Reads the items of an allocated list. When a short read fails the list, the
+// buffer grows as the items arrive, so that a count no file could hold
+// allocates nothing beyond the file's data. When short reads go unnoticed
+// (`itemsChecked` false), the list always succeeds with `count` entries: the
+// zero-filled buffer is allocated at once, the items the file still holds are
+// read into it, and the rest stay 0 without being visited.
 template <typename ReadItem>
 bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request,
-                       std::int64_t count, int itemBytesAtLeast, ReadItem readItem) {
+                       std::int64_t count, int itemBytesAtLeast, bool itemsChecked, ReadItem readItem) {
     void* buffer = nullptr;
     if (count > 0) {
         const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
+        if (!itemsChecked) {
+            buffer = std::calloc(static_cast<std::size_t>(count), memorySize);
+            if (!buffer) return false;
+            auto* target = static_cast<unsigned char*>(buffer);
+            // A last item cut short keeps the bytes that arrived.
+            for (std::int64_t i = 0; i < count && input.ensure(1); ++i, target += memorySize) readItem(target);
+            storePointer(record + request.valueOffset, buffer);
+            return true;
+        }
         std::vector<unsigned char> items;
         items.reserve(memorySize * static_cast<std::size_t>(count < std::int64_t(kInitialListItems)
                                                                  ? count
@@ -57,6 +69,25 @@ bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyProperty
     }
     storePointer(record + request.valueOffset, buffer);
     return true;
+}
+
+// Reads the items of a list written in place: the items that fit the room the
+// caller gave are stored, the rest are consumed by `dropItems(n)` and lost.
+template <typename ReadItem, typename DropItems>
+bool readInPlaceList(unsigned char* record, const PlyPropertyRequest& request, std::int64_t count,
+                     ReadItem readItem, DropItems dropItems) {
+    const std::int64_t kept = count < request.listCapacity ? count : request.listCapacity;
+    const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
+    unsigned char* target = record + request.valueOffset;
+    for (std::int64_t i = 0; i < kept; ++i, target += memorySize)
+        if (!readItem(target)) return false;
+    return count <= kept || dropItems(static_cast<std::uint64_t>(count - kept));
+}
+
+// Drops `n` binary items: they must all be there unless short reads go unnoticed.
+inline bool dropBinaryItems(PlyInput& input, std::uint64_t n, int itemSize, bool itemsChecked) {
+    const std::uint64_t bytes = n * static_cast<std::uint64_t>(itemSize);
+    return input.skip(bytes) == bytes || !itemsChecked;
 }
 
 // ---- binary ------------------------------------------------------------
@@ -103,9 +134,7 @@ inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyProp
     storeCount(request, record, count);
 
     const int itemSize = kPlyTypeSizes[stored];
-    const int memorySize = kPlyTypeSizes[memory];
-    const bool itemsChecked =
-        !(request.format == PlyFormatBinaryBigEndian && (stored == PlyTypeInt || stored == PlyTypeFloat));
+    const bool itemsChecked = listItemsChecked(stored, request.format);
     auto readItem = [&](unsigned char* target) {
         unsigned char bytes[8] = {};
         const bool complete = readBytes(input, bytes, itemSize);
@@ -114,12 +143,10 @@ inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyProp
         storeNumber(memory, target, loadNumber(stored, bytes, request.format));
         return true;
     };
-    if (request.allocateList) return readAllocatedList(input, record, request, count, itemSize, readItem);
-    if (count > request.listCapacity) return false;
-    unsigned char* target = record + request.valueOffset;
-    for (std::int64_t i = 0; i < count; ++i, target += memorySize)
-        if (!readItem(target)) return false;
-    return true;
+    if (request.allocateList)
+        return readAllocatedList(input, record, request, count, itemSize, itemsChecked, readItem);
+    return readInPlaceList(record, request, count, readItem,
+                           [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
 }
 
 template <int Stored, int Memory>
@@ -272,19 +299,21 @@ bool asciiList(PlyInput& input, unsigned char* record, const PlyPropertyRequest&
     int count = 0;
     if (!input.scanInt(count)) return false;
     storeCount(request, record, count);
-    const int memorySize = kPlyTypeSizes[request.memoryType];
     auto readItem = [&](unsigned char* target) {
         PlyNumber n;
         if (!asciiNumber(input, request.storedType, n)) return false;
         storeNumber(request.memoryType, target, n);
         return true;
     };
-    if (request.allocateList) return readAllocatedList(input, record, request, count, 1, readItem);
-    if (count > request.listCapacity) return false;
-    unsigned char* target = record + request.valueOffset;
-    for (int i = 0; i < count; ++i, target += memorySize)
-        if (!readItem(target)) return false;
-    return true;
+    if (request.allocateList) return readAllocatedList(input, record, request, count, 1, true, readItem);
+    // Items beyond the record's room are still read as numbers of their type.
+    auto dropItems = [&](std::uint64_t n) {
+        PlyNumber ignored;
+        for (std::uint64_t i = 0; i < n; ++i)
+            if (!asciiNumber(input, request.storedType, ignored)) return false;
+        return true;
+    };
+    return readInPlaceList(record, request, count, readItem, dropItems);
 }
 
 // The count as an int, then every item dropped as "%f" whatever its type.
@@ -370,18 +399,17 @@ bool plyGenericBinaryRoutine(PlyInput& input, unsigned char* record, const PlyPr
     if (isFloatingType(stored) && !isFloatingType(request.memoryType)) return false;
     storeCount(request, record, count);
     const int memory = request.memoryType;
+    const bool itemsChecked = listItemsChecked(stored, request.format);
     auto readItem = [&](unsigned char* target) {
         unsigned char item[8] = {};
-        if (!readBytes(input, item, itemSize)) return false;
+        if (!readBytes(input, item, itemSize) && itemsChecked) return false;
         storeNumber(memory, target, loadNumber(stored, item, request.format));
         return true;
     };
-    if (request.allocateList) return readAllocatedList(input, record, request, count, itemSize, readItem);
-    if (count > request.listCapacity) return false;
-    unsigned char* target = record + request.valueOffset;
-    for (std::int64_t i = 0; i < count; ++i, target += kPlyTypeSizes[memory])
-        if (!readItem(target)) return false;
-    return true;
+    if (request.allocateList)
+        return readAllocatedList(input, record, request, count, itemSize, itemsChecked, readItem);
+    return readInPlaceList(record, request, count, readItem,
+                           [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
 }
 
 }  // namespace KelpPly

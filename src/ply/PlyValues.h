@@ -44,6 +44,12 @@ inline bool zeroMeansFailure(int declaredType, int format) {
     return format == PlyFormatBinaryBigEndian && (declaredType == PlyTypeInt || declaredType == PlyTypeFloat);
 }
 
+// Whether a short read of a list item fails the list: under binary_big_endian
+// int and float items are not checked at all.
+inline bool listItemsChecked(int declaredType, int format) {
+    return !(format == PlyFormatBinaryBigEndian && (declaredType == PlyTypeInt || declaredType == PlyTypeFloat));
+}
+
 inline bool allZero(const unsigned char* bytes, int size) {
     for (int i = 0; i < size; ++i)
         if (bytes[i]) return false;

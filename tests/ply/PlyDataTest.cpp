@@ -134,8 +134,10 @@ TEST_F(PlyData, BinaryListsReadTheirCountAsOneByteExceptForIntItemsAsInt) {
         {kLE, "uchar float", PlyTypeFloat, Bytes().u8(3).i32(4), false, 0, 0},
         {kBE, "uchar short", PlyTypeShort, Bytes().u8(2).u8(0).u8(1), false, 0, 0},
         {kLE, "uchar char", PlyTypeInt, Bytes().u8(2).u8(5).u8(6), true, 2, untouched},  // char items dropped
-        // Lists written in place stop at the room the caller gave.
-        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).i32(4), false, 0, untouched},
+        // Lists written in place keep what fits the room the caller gave; the rest must still be there.
+        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).i32(4), true, 4, 1},
+        {kLE, "uchar int", PlyTypeInt, Bytes().u8(4).i32(1).i32(2).i32(3).u8(4), false, 0, 0},
+        {kBE, "uchar int", PlyTypeInt, Bytes().u8(9).i32(1).i32(2).i32(3).u8(4), true, 9, 1},
     };
     for (const ListRow& row : rows) {
         SCOPED_TRACE(testing::Message() << row.format << " list " << row.declaration);

@@ -139,10 +139,127 @@ TEST_F(PlyImport, RefusedFilesAndNonTriangles) {
               KelpPly::PlyImportNotTriangle);
     EXPECT_EQ(mesh.vertexCount, 4u);
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}}));
-    // 515 corners would wrap the one-byte size to 3: refused without overrunning.
-    std::string big = "515";
-    for (int i = 0; i < 515; ++i) big += " 1";
-    EXPECT_EQ(import(header("ascii", decl) + kFourVerticesText + big + "\n"), KelpPly::PlyImportBadInstance);
+}
+
+// Big endian int and float list items are not checked: items past the end of
+// the file read as 0 (an allocated strip's buffer is zero-filled), a last item
+// cut short keeps the bytes that came, and the read succeeds.
+TEST_F(PlyImport, BigEndianIntAndFloatListsRunPastTheEndAsZeros) {
+    const std::string oneVertex = "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n";
+    const std::string strips = oneVertex + "element tristrips 1\nproperty list int int vertex_indices\n";
+    const std::string vertex = Bytes().f32(1).f32(2).f32(3).data;
+    const std::string start = vertex + Bytes().i32(5).i32(0).i32(1).i32(2).data;
+    EXPECT_EQ(import(header("binary_big_endian", strips) + start), 0);
+    EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{{1, 2, 3}}));
+    EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 0}, {2, 0, 0}}));
+    EXPECT_EQ(import(header("binary_big_endian", strips) + start + Bytes().u8(7).u8(0).data), 0);
+    EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 7}, {2, 7, 0}}));
+    // Little endian items are checked: the same strip fails.
+    EXPECT_EQ(import(header("binary_little_endian", strips) + start), KelpPly::PlyImportBadInstance);
+    EXPECT_EQ(mesh.faceCount, 0u);
+
+    // A count far beyond the file: one triangle per announced corner after the second.
+    EXPECT_EQ(import(header("binary_big_endian", strips) + vertex + Bytes().i32(1 << 20).i32(0).i32(1).i32(2).data),
+              0);
+    ASSERT_EQ(mesh.faceCount, (1u << 20) - 2);
+    EXPECT_EQ(mesh.faces[1], (Vec3u{2, 1, 0}));
+    EXPECT_EQ(mesh.faces.back(), (Vec3u{0, 0, 0}));
+
+    // Face corners and a float colour list written into the load record.
+    const std::string faces = kVertexXyz + "element face 1\nproperty list uchar int vertex_indices\n";
+    EXPECT_EQ(import(header("binary_big_endian", faces) + fourVertices().data + Bytes().u8(3).i32(3).data), 0);
+    EXPECT_EQ(mesh.faces, (Faces{{3, 0, 0}}));
+    const std::string coloured = faces + "property list uchar float color\n";
+    const std::string face = Bytes().u8(3).i32(3).i32(2).i32(1).data;
+    EXPECT_EQ(import(header("binary_big_endian", coloured) + fourVertices().data + face + Bytes().u8(4).f32(1).data),
+              0);
+    EXPECT_EQ(mesh.faces, (Faces{{3, 2, 1}}));
+    EXPECT_EQ(import(header("binary_little_endian", coloured) + fourVertices().data + face + Bytes().u8(4).f32(1).data),
+              KelpPly::PlyImportBadInstance);
+}
+
+// A list longer than the room in the load record (512 corners, 32 colour
+// values) keeps the items that fit and reads the rest to drop them. The size
+// kept is the count cut to one byte.
+TEST_F(PlyImport, ListsLongerThanTheLoadRecordKeepWhatFits) {
+    const auto asciiList = [](int count, const std::string& first, const std::string& filler) {
+        std::string list = std::to_string(count) + " " + first;
+        for (int i = 3; i < count; ++i) list += " " + filler;
+        return list + "\n";
+    };
+    const std::string decl = kVertexXyz + faceList(2);
+    const std::string body = header("ascii", decl) + kFourVerticesText;
+    // 515 corners: size 3, the face of the first three; the next face is in step.
+    EXPECT_EQ(import(body + asciiList(515, "3 2 1", "1") + "3 0 1 2\n"), 0);
+    EXPECT_EQ(mesh.faces, (Faces{{3, 2, 1}, {0, 1, 2}}));
+    // 600 corners: size 88.
+    EXPECT_EQ(import(body + asciiList(600, "3 2 1", "1") + "3 0 1 2\n"), KelpPly::PlyImportNotTriangle);
+    // Dropped items are still numbers of their type.
+    EXPECT_EQ(import(body + asciiList(515, "3 2 1", "1").replace(1000, 1, "x") + "3 0 1 2\n"),
+              KelpPly::PlyImportBadInstance);
+    EXPECT_EQ(import(body + asciiList(515, "3 2 1", "1") + "3 0 1"), KelpPly::PlyImportBadInstance);
+    EXPECT_EQ(mesh.faces, (Faces{{3, 2, 1}}));
+
+    // A colour list of 40 values, in both encodings.
+    const std::string coloured = kVertexXyz + faceList(2) + "property list uchar float color\nproperty uchar red\n";
+    std::string text = kFourVerticesText;
+    Bytes binary = fourVertices();
+    for (int f = 0; f < 2; ++f) {
+        text += "3 " + std::to_string(f) + " 1 2 40";
+        binary.u8(3).i32(f).i32(1).i32(2).u8(40);
+        for (int i = 0; i < 40; ++i) text += " 0.5", binary.f32(0.5f);
+        text += " 9\n";
+        binary.u8(9);
+    }
+    EXPECT_EQ(import(header("ascii", coloured) + text), 0);
+    EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {1, 1, 2}}));
+    EXPECT_EQ(import(header("binary_little_endian", coloured) + binary.data), 0);
+    EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {1, 1, 2}}));
+    binary.data.resize(binary.data.size() - 2);  // the last list cut short
+    EXPECT_EQ(import(header("binary_little_endian", coloured) + binary.data), KelpPly::PlyImportBadInstance);
+}
+
+// An element without properties reads nothing per instance: a vertex element
+// appends the load record's position once per instance, a face element its
+// face (when it has three corners); other elements change nothing.
+TEST_F(PlyImport, ElementsWithoutPropertiesRepeatTheLoadRecord) {
+    const std::string vertices3 = "element vertex 3\nproperty float x\nproperty float y\nproperty float z\n";
+    const std::string decl = vertices3 + faceList(1) + "element vertex 2\nelement face 2\nelement junk 2147483647\n";
+    const std::string text = "1 2 3\n2 3 4\n3 4 5\n3 0 1 2\n";
+    Bytes binary;
+    for (int v = 1; v <= 3; ++v) binary.f32(float(v)).f32(float(v + 1)).f32(float(v + 2));
+    binary.u8(3).i32(0).i32(1).i32(2);
+    for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {
+        SCOPED_TRACE(format);
+        EXPECT_EQ(import(header(format, decl) + (format == std::string("ascii") ? text : binary.data)), 0);
+        EXPECT_EQ(mesh.vertices, (std::vector<Vec3f>{{1, 2, 3}, {2, 3, 4}, {3, 4, 5}, {3, 4, 5}, {3, 4, 5}}));
+        EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {0, 1, 2}, {0, 1, 2}}));
+    }
+
+    // Before any face was read the record has no corners: a face element fails.
+    const std::string noFaceYet = vertices3 + "element face 1\nelement tristrips 1\n"
+                                              "property list int int vertex_indices\n";
+    EXPECT_EQ(import(header("ascii", noFaceYet) + "1 2 3\n2 3 4\n3 4 5\n3 0 1 2\n"), KelpPly::PlyImportNotTriangle);
+    EXPECT_EQ(mesh.vertexCount, 3u);
+
+    // Large counts cost the output they describe.
+    EXPECT_EQ(import(header("ascii", vertices3 + faceList(1) + "element vertex 1000000\n") + text), 0);
+    ASSERT_EQ(mesh.vertexCount, 1000003u);
+    EXPECT_EQ(mesh.vertices.back(), (Vec3f{3, 4, 5}));
+}
+
+// Counts the mesh's 32-bit fields cannot hold fail like an allocation: false,
+// nothing half-appended.
+TEST_F(PlyImport, OutputBeyondTheMeshCountsFails) {
+    const std::string path = dir.file("m.ply");
+    KelpTest::writeFile(path, header("ascii", kVertexXyz + faceList(1) + "element vertex 2147483647\n") +
+                                  kFourVerticesText + "3 0 1 2\n");
+    mesh = KelpTriMesh();
+    mesh.vertexCount = 0xFFFFFFFFu - 2147483646u - 4u;  // room for the file's own vertices and no more
+    EXPECT_EQ(KelpPly::importPly(path.c_str(), &mesh).code, KelpPly::PlyImportBadInstance);
+    EXPECT_EQ(mesh.vertices.size(), 4u);
+    EXPECT_EQ(mesh.vertexFlags.size(), 4u);
+    EXPECT_EQ(mesh.faces.size(), 1u);
 }
 
 TEST_F(PlyImport, StripsDecodeWithRestarts) {
@@ -168,7 +285,7 @@ TEST_F(PlyImport, StripsDecodeWithRestarts) {
 }
 
 TEST_F(PlyImport, TruncatedAbsurdAndMutatedInputsFailWithoutHarm) {
-    // An element without properties holds nothing, whatever its count.
+    // An element without properties and not named vertex or face costs nothing, whatever its count.
     const std::string huge = "element junk 2147483647\nelement vertex 2147483647\nproperty float x\n"
                              "property float y\nproperty float z\n" + faceList(1);
     for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {

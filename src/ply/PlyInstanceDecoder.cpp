@@ -1,0 +1,63 @@
+#include "ply/PlyInstanceDecoder.h"
+
+#include "ply/PlyValues.h"
+
+namespace KelpPly {
+
+namespace {
+// Instances larger than this go through the routines.
+constexpr std::size_t kMaxPlannedInstance = 1 << 16;
+}  // namespace
+
+VertexPlan planVertices(const PlyElement& element, int format) {
+    VertexPlan plan;
+    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
+    const std::size_t targets[3] = {offsetof(PlyVertexRecord, x), offsetof(PlyVertexRecord, y),
+                                    offsetof(PlyVertexRecord, z)};
+    bool found[3] = {false, false, false};
+    for (const PlyProperty& property : element.properties) {
+        if (property.isList || !property.routine) return plan;
+        if (property.stored) {
+            if (zeroMeansFailure(property.type, format)) plan.checks.push_back(plan.size);
+            for (int axis = 0; axis < 3; ++axis) {
+                if (property.request.valueOffset == targets[axis]) {
+                    if (property.type != PlyTypeFloat || property.request.memoryType != PlyTypeFloat) return plan;
+                    plan.offsets[axis] = plan.size;
+                    found[axis] = true;
+                }
+            }
+        }
+        plan.size += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+    }
+    plan.usable = found[0] && found[1] && found[2] && plan.size <= kMaxPlannedInstance;
+    return plan;
+}
+
+FacePlan planFaces(const PlyElement& element, int format) {
+    FacePlan plan;
+    if (format != PlyFormatBinaryLittleEndian && format != PlyFormatBinaryBigEndian) return plan;
+    bool listSeen = false;
+    for (const PlyProperty& property : element.properties) {
+        if (!property.routine) return plan;
+        if (property.isList) {
+            const PlyPropertyRequest& r = property.request;
+            if (listSeen || !property.stored || r.storedType != PlyTypeInt || r.memoryType != PlyTypeInt ||
+                r.allocateList || r.valueOffset != offsetof(PlyFaceRecord, indices) ||
+                r.countOffset != offsetof(PlyFaceRecord, size) || kPlyTypeSizes[r.countMemoryType] != 1 ||
+                isFloatingType(r.countMemoryType) ||
+                (r.countStoredType != PlyTypeUchar && r.countStoredType != PlyTypeChar))
+                return plan;
+            listSeen = true;
+            plan.signedCount = r.countStoredType == PlyTypeChar;
+            continue;
+        }
+        std::size_t& cursor = listSeen ? plan.after : plan.before;
+        if (property.stored && zeroMeansFailure(property.type, format))
+            (listSeen ? plan.checksAfter : plan.checksBefore).push_back(cursor);
+        cursor += static_cast<std::size_t>(kPlyTypeSizes[property.type]);
+    }
+    plan.usable = listSeen && plan.before + plan.after <= kMaxPlannedInstance;
+    return plan;
+}
+
+}  // namespace KelpPly

@@ -1,0 +1,107 @@
+// Whole-instance decoding of the common binary layouts: a vertex element of
+// scalars only and a face element of scalars and one corner list are decoded
+// straight from the read buffer, with the same results as the per-property
+// routines. An instance near the end of the file, or a layout not planned
+// here, is left to the routines.
+#pragma once
+
+#include "ply/PlyFile.h"
+#include "ply/PlyImport.h"
+
+#include "ply/PlyValues.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace KelpPly {
+
+// Offsets of the stored scalars whose four bytes must not all be zero
+// (binary_big_endian int and float), relative to where they start.
+using ZeroChecks = std::vector<std::size_t>;
+
+// A binary vertex element of scalars only: fixed instance size; positions
+// are float in both byte orders.
+struct VertexPlan {
+    bool usable = false;
+    std::size_t size = 0;
+    std::size_t offsets[3] = {0, 0, 0};
+    ZeroChecks checks;
+};
+
+// A binary face element of scalars and one corner list of int items with a
+// one-byte count, written in place.
+struct FacePlan {
+    bool usable = false;
+    std::size_t before = 0;  // bytes of the scalars before the list
+    std::size_t after = 0;   // and after it
+    bool signedCount = false;
+    ZeroChecks checksBefore;
+    ZeroChecks checksAfter;
+};
+
+VertexPlan planVertices(const PlyElement& element, int format);
+FacePlan planFaces(const PlyElement& element, int format);
+
+// NotHere: the instance is not wholly buffered; nothing was consumed.
+enum class Decoded { Ok, Failed, NotHere };
+
+// The decoders run once per instance and are kept inline.
+inline std::int32_t loadLe32(const unsigned char* bytes) {
+    return static_cast<std::int32_t>(std::uint32_t(bytes[0]) | std::uint32_t(bytes[1]) << 8 |
+                                     std::uint32_t(bytes[2]) << 16 | std::uint32_t(bytes[3]) << 24);
+}
+
+inline float loadLeFloat(const unsigned char* bytes) {
+    const std::uint32_t bits = static_cast<std::uint32_t>(loadLe32(bytes));
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+inline bool passesZeroChecks(const unsigned char* bytes, const ZeroChecks& checks) {
+    for (std::size_t offset : checks)
+        if (allZero(bytes + offset, 4)) return false;
+    return true;
+}
+
+inline Decoded decodeVertex(PlyInput& input, const VertexPlan& plan, PlyVertexRecord& vertex) {
+    if (!input.ensure(plan.size)) return Decoded::NotHere;
+    const unsigned char* bytes = input.data();
+    if (!passesZeroChecks(bytes, plan.checks)) return Decoded::Failed;
+    vertex.x = loadLeFloat(bytes + plan.offsets[0]);
+    vertex.y = loadLeFloat(bytes + plan.offsets[1]);
+    vertex.z = loadLeFloat(bytes + plan.offsets[2]);
+    input.advance(plan.size);
+    return Decoded::Ok;
+}
+
+inline Decoded decodeFace(PlyInput& input, const FacePlan& plan, PlyFaceRecord& face) {
+    if (!input.ensure(plan.before + 1)) return Decoded::NotHere;
+    const unsigned char countByte = input.data()[plan.before];
+    const int count = plan.signedCount ? static_cast<signed char>(countByte) : countByte;
+    const std::size_t items = count > 0 ? static_cast<std::size_t>(count) : 0;
+    const std::size_t listEnd = plan.before + 1 + 4 * items;
+    const std::size_t total = listEnd + plan.after;
+    if (!input.ensure(total)) return Decoded::NotHere;
+    const unsigned char* bytes = input.data();
+    if (!passesZeroChecks(bytes, plan.checksBefore) || !passesZeroChecks(bytes + listEnd, plan.checksAfter))
+        return Decoded::Failed;
+    face.size = countByte;
+    const unsigned char* item = bytes + plan.before + 1;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Triangles, already in the machine's order, in one fixed-size copy that
+    // the corners are then loaded back from without waiting on a store per item.
+    if (items == 3) {
+        std::memcpy(face.indices, item, 12);
+        input.advance(total);
+        return Decoded::Ok;
+    }
+#endif
+    for (std::size_t i = 0; i < items; ++i, item += 4) face.indices[i] = loadLe32(item);
+    input.advance(total);
+    return Decoded::Ok;
+}
+
+}  // namespace KelpPly
