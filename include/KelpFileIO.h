@@ -8,6 +8,7 @@
 
 #include <KelpCore.h>
 #include <KelpExport.h>
+#include <KelpFileIOHost.h>
 
 namespace KelpGraphic {
 
@@ -58,7 +59,8 @@ KELP_FILEIO_API bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh);
 // STL, binary or ASCII (told apart by the file size and by bytes above 127 at
 // offsets 84 to 211). Replaces the vertex and face arrays and merges corners
 // whose positions are identical bit for bit; prints "OpenBinary::fn=%d",
-// "OpenBinary::read end" and "RemoveRedundant::End" lines on standard output.
+// "OpenBinary::read end" and "RemoveRedundant::End" lines on standard output
+// (or to the sink of KelpSetProgressSink).
 // A binary file's arrays are sized from its header count, about 64 bytes per
 // announced triangle (see README), whatever the file size. False when the file
 // cannot be opened or an ASCII facet's corner does not parse (mesh unchanged).

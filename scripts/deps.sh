@@ -8,6 +8,7 @@ KELP_DEBIAN_PACKAGES=(
   libjpeg-dev libpng-dev libtiff-dev libstb-dev
   libassimp-dev libtinyobjloader-dev
   python3 python3-matplotlib
+  python3-dev pybind11-dev python3-numpy python3-pytest python3-distributed python3-meshio
 )
 
 # The Windows build only: the MinGW-w64 cross compiler and Wine to run its

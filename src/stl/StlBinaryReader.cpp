@@ -101,7 +101,7 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     std::fseek(file.get(), kHeaderBytes, SEEK_SET);
     std::fread(countBytes, 1, sizeof countBytes, file.get());
     const std::uint32_t count = loadU32(countBytes);
-    std::printf("OpenBinary::fn=%d\n", static_cast<int>(count));
+    KelpFrame::printProgress("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
@@ -117,7 +117,7 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
 
     file.reset();
     KelpFrame::switchToCLocale();
-    std::printf("OpenBinary::read end\n");
+    KelpFrame::printProgress("OpenBinary::read end\n");
     sink.finish(mesh);
     return true;
 }

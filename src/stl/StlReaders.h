@@ -6,6 +6,9 @@
 
 #include <KelpCore.h>
 
+// The readers' progress lines go through printProgress (standard output or the host's sink).
+#include "frame/ProgressLines.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

@@ -228,7 +228,7 @@ void SoupWelder::finish(KelpCore::KelpTriMesh* mesh) {
     mesh->updateFaceAttributes();
 
     state_.reset();
-    std::printf("RemoveRedundant::End\n");
+    KelpFrame::printProgress("RemoveRedundant::End\n");
 }
 
 void weldSoup(KelpCore::KelpTriMesh* mesh) {

@@ -43,3 +43,20 @@ separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(host_flags UNIX_COMMAND "${KELP_CXX_FLAGS}")
 run_step("pkg-config build" ${KELP_CXX_COMPILER} -std=c++17 ${host_flags} ${KELP_CONSUMER_SOURCE}/main.cpp ${flags}
   -o ${KELP_SCRATCH}/kelp_consumer_pc)
+
+# The Python package, from the prefix's site-packages only (not the build tree).
+if(KELP_PYTHON)
+  set(ENV{PYTHONPATH} ${prefix}/${KELP_PYTHON_DIR})
+  set(ENV{PYTHONNOUSERSITE} 1)
+  if(KELP_PYTHON_PRELOAD)
+    set(ENV{LD_PRELOAD} ${KELP_PYTHON_PRELOAD})
+    set(ENV{ASAN_OPTIONS} detect_leaks=0)
+  endif()
+  run_step("python import" ${KELP_PYTHON} -c
+    "import kelpfileio, sys\nprint(kelpfileio.__file__, len(kelpfileio.read(sys.argv[1]).vertices))"
+    ${KELP_SCRATCH}/cloud.asc)
+  string(FIND "${step_output}" "${prefix}/${KELP_PYTHON_DIR}/kelpfileio/__init__.py 3" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "kelpfileio was not imported from the prefix or read the wrong points: ${step_output}")
+  endif()
+endif()

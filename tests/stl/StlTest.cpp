@@ -106,7 +106,13 @@ TEST_F(Stl, DetectionBySizeThenByBytesAbove127) {
         std::FILE* file = std::fopen(write(bytes), "rt");
         EXPECT_EQ(KelpStl::looksBinary(file), binary) << "size " << bytes.size();
         std::fclose(file);
+        // The public probe takes the same decision and hands over the count.
+        std::uint32_t count = 12345;
+        EXPECT_EQ(KelpGraphic::KelpStlAnnouncedFaces(path.c_str(), &count), binary) << "size " << bytes.size();
+        EXPECT_EQ(count, binary ? KelpStl::loadU32(reinterpret_cast<const unsigned char*>(bytes.c_str()) + 80) : 12345u);
     }
+    std::uint32_t count = 0;
+    EXPECT_FALSE(KelpGraphic::KelpStlAnnouncedFaces(dir.file("missing.stl").c_str(), &count));
 }
 
 // Welding must give every corner the first vertex with the same position bits
@@ -158,6 +164,21 @@ TEST_F(Stl, ShortBinaryFileRepeatsTheCornerBufferAsTheLastReadLeftIt) {
     // The loop compares as signed numbers: counts from 2^31 on visit nothing.
     EXPECT_EQ(KelpStl::visitedTriangles(0x7FFFFFFFu), 0x7FFFFFFFu);
     EXPECT_EQ(KelpStl::visitedTriangles(0x80000000u), 0u);
+}
+
+TEST_F(Stl, ProgressLinesGoToTheInstalledSinkOrElseToStandardOutput) {
+    std::vector<std::string> lines;
+    const auto collect = [](const char* line, void* context) {
+        static_cast<std::vector<std::string>*>(context)->push_back(line);
+    };
+    KelpGraphic::KelpSetProgressSink(collect, &lines);
+    KelpTriMesh mesh;
+    const std::string sunk = printed([&] { EXPECT_TRUE(KelpGraphic::KelpReadStl(write(binaryStl(2, {kA, kB})), &mesh)); });
+    KelpGraphic::KelpSetProgressSink(nullptr, nullptr);
+    EXPECT_EQ(sunk, "");
+    EXPECT_EQ(lines, (std::vector<std::string>{"OpenBinary::fn=2", "OpenBinary::read end", "RemoveRedundant::End"}));
+    EXPECT_EQ(printed([&] { KelpGraphic::KelpReadStl(path.c_str(), &mesh); }),
+              "OpenBinary::fn=2\nOpenBinary::read end\nRemoveRedundant::End\n");
 }
 
 TEST_F(Stl, ScannerConsumesAndConvertsAsFscanf) {
