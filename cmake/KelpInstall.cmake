@@ -18,6 +18,7 @@ install(TARGETS KelpCore KelpImageLoad KelpFileIO
 install(FILES
   ${PROJECT_SOURCE_DIR}/include/KelpFileIO.h
   ${PROJECT_SOURCE_DIR}/include/KelpFileIOHost.h
+  ${PROJECT_SOURCE_DIR}/include/KelpReport.h
   ${KELP_CORE_PUBLIC_HEADERS}
   ${KELP_IMAGELOAD_PUBLIC_HEADERS}
   DESTINATION ${KELP_INSTALL_INCLUDEDIR})

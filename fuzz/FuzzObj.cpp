@@ -37,5 +37,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string path = KelpFuzz::privateDir() + "/input.obj";
     KelpCore::KelpTriMesh mesh;
     KelpGraphic::KelpReadObj(path.c_str(), &mesh);
+    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
     return 0;
 }

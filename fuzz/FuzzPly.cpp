@@ -54,5 +54,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string path = KelpFuzz::writeInput("input.ply", data, size);
     KelpCore::KelpTriMesh mesh;
     KelpGraphic::KelpReadPly(path.c_str(), &mesh);
+    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <KelpCore.h>
 #include <KelpExport.h>
 #include <KelpFileIOHost.h>
+#include <KelpReport.h>  // why the last call failed: KelpLastReport()
 
 namespace KelpGraphic {
 

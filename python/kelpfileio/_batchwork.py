@@ -46,8 +46,8 @@ def _write_staged(geometry, source, to, out_dir):
 
 def _failure(error):
     """error: the exception's type; reason: the library's reason for a
-    ReadError/WriteError (None while it gives none), the system's for other
-    OSErrors; message: the whole text."""
+    ReadError/WriteError, the system's for other OSErrors; message: the whole
+    text."""
     reason = getattr(error, "reason", None)
     if reason is None and not hasattr(error, "reason") and isinstance(error, OSError):
         reason = error.strerror
@@ -62,6 +62,7 @@ def process(path, options):
     start = time.perf_counter()
     try:
         geometry = _files.read(path, options.get("format"), max_faces=options.get("max_faces"))
+        record["notes"] = list(geometry.notes)
         record["vertices"] = len(geometry.vertices)
         record["faces"] = len(geometry.faces) if isinstance(geometry, _files.Mesh) else None
         record["bounds"] = _bounds(geometry.vertices)

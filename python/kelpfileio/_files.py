@@ -91,9 +91,12 @@ def read(path, format=None, *, max_faces=None):
     if not ok:
         raise ReadError(f"the {name} reader failed on {os.fspath(path)}", path, name, reason, notes)
     if FORMATS[name][1] == "points":
-        return PointCloud(arrays["vertices"], arrays.get("vertex_normals"))
+        cloud = PointCloud(arrays["vertices"], arrays.get("vertex_normals"))
+        cloud.notes = notes
+        return cloud
     mesh = Mesh(arrays["vertices"], arrays["faces"], arrays.get("vertex_normals"), arrays.get("texcoords"),
                 arrays.get("face_texcoord_indices"), arrays.get("texture"))
+    mesh.notes = notes
     if max_faces is not None and len(mesh.faces) > max_faces:
         raise ReadError(f"refused {os.fspath(path)}", path, name,
                         f"it holds {len(mesh.faces)} faces, more than max_faces={max_faces}")

@@ -12,13 +12,18 @@ def _wrap(value):
 
 
 class PointCloud:
-    """Points read by read_dxf/read_asc: vertices (N, 3) float32."""
+    """Points read by read_dxf/read_asc: vertices (N, 3) float32.
 
-    __slots__ = ("vertices", "vertex_normals")
+    notes: the kept behaviours of the library that changed the result of the
+    read ("name: text" lines, see docs/report.md); empty for built geometry.
+    """
+
+    __slots__ = ("vertices", "vertex_normals", "notes")
 
     def __init__(self, vertices, vertex_normals=None):
         self.vertices = _wrap(vertices)
         self.vertex_normals = _wrap(vertex_normals)
+        self.notes = []
 
     def __repr__(self):
         return f"{type(self).__name__}({len(self.vertices)} vertices)"

@@ -45,10 +45,19 @@ public:
     ProgressCapture& operator=(const ProgressCapture&) = delete;
 };
 
-// The one place that asks the library why the call just made failed. The
-// library does not say yet, so reason stays empty and notes stay empty; once
-// it does, its report is copied here, still under the lock.
-void collectReport(CallOutcome& /*outcome*/) {}
+// The one place that asks the library why the call just made failed and
+// which kept behaviours fired. The report is replaced by the next call, so it
+// is copied here, still under the lock.
+void collectReport(CallOutcome& outcome) {
+    const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+    if (report.result == 0 && report.reason[0] != '\0') outcome.reason = report.reason;
+    for (unsigned i = 0; i < report.noteCount; ++i) {
+        const KelpGraphic::KelpReportNote& note = report.notes[i];
+        std::string line = std::string(note.name) + ": " + note.text;
+        if (note.count > 1) line += " (" + std::to_string(note.count) + " times)";
+        outcome.notes.push_back(std::move(line));
+    }
+}
 
 }  // namespace
 

@@ -40,11 +40,13 @@ def test_batch_converts_records_failures_and_survives_a_killed_worker(samples, t
             assert record["faces"] == (len(geometry.faces) if isinstance(geometry, kelpfileio.Mesh) else None)
             assert len(kelpfileio.read(record["output"]).vertices) == len(geometry.vertices)
     assert by_file[str(missing)]["reason"] == "No such file or directory"
-    assert by_file[str(broken)]["reason"] is None
+    assert by_file[str(broken)]["reason"].startswith("PLY: ")
+    assert any(note.startswith("asc.repeated-last: ") for note in by_file[str(samples / "cloud.asc")]["notes"])
     assert by_file[str(broken)]["message"].startswith("the ply reader failed")
     passed = len(files) - len(failed)
     assert result.returncode == 1, result.stderr
-    assert result.stderr.rstrip().endswith(f"{passed} passed, {len(failed)} failed"), result.stderr
+    # dask's own shutdown chatter of the killed worker may come after the closing line
+    assert f"{passed} passed, {len(failed)} failed" in result.stderr.splitlines(), result.stderr
     # Only finished outputs (and the textured cube's side files) are left.
     expected = {os.path.splitext(n)[0] + ".obj" for n in SAMPLES if n != "pyramid-be.ply"} | {"cube.jpg", "cube.mtl"}
     assert set(os.listdir(out_dir)) == expected

@@ -82,12 +82,13 @@ def test_failures_raise_pythons_errors(samples, tmp_path):
     bad_stl = tmp_path / "bad.stl"  # a facet whose normal parses but whose corner does not
     bad_stl.write_bytes(b"solid x\nfacet normal 0 0 1\nouter loop\nvertex 1 2 x\nvertex 0 0 0\nvertex 0 0 0\n"
                         b"endloop\nendfacet\nendsolid x\n")
-    for path in (bad_ply, bad_stl):
+    for path, reason in ((bad_ply, "PLY: "), (bad_stl, "ASCII STL: ")):
         with pytest.raises(kelpfileio.ReadError) as failure:
             kelpfileio.read(path)
         error = failure.value
         assert isinstance(error, OSError) and error.path == path and error.format == path.suffix[1:]
-        assert error.reason is None and error.notes == []
+        # The library's reason for the failure travels with the error.
+        assert error.reason.startswith(reason) and error.reason in str(error), error.reason
     # A missing file is FileNotFoundError for every reader, VRML's (which would succeed) included.
     for extension in (".stl", ".obj", ".ply", ".wrl", ".vrml", ".3ds", ".dxf", ".asc"):
         with pytest.raises(FileNotFoundError):

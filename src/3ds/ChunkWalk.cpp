@@ -9,14 +9,25 @@
 // instead of wrapping backwards. A walk is therefore linear in the file size.
 #include "3ds/ChunkSource.h"
 #include "3ds/Scene3ds.h"
+#include "report/Recorder.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace Kelp3ds {
 
 namespace {
 
 constexpr std::uint32_t kHeaderSize = 6;
+
+bool failNotMain(bool readable, std::uint16_t id) {
+    char text[64];
+    if (readable)
+        std::snprintf(text, sizeof text, "it starts with chunk 0x%04X", static_cast<unsigned>(id));
+    else
+        std::snprintf(text, sizeof text, "it is shorter than a chunk header (6 bytes)");
+    return KelpRecord::fail(KelpRecord::Code::T3dsNotMain, text);
+}
 
 struct ChunkHeader {
     std::uint16_t id = 0;
@@ -33,7 +44,7 @@ public:
         ChunkHeader header;
         const bool readable = readHeader(header);
         source_.seek(0);
-        if (!readable || header.id != kMain3ds) return false;
+        if (!readable || header.id != kMain3ds) return failNotMain(readable, header.id);
         while (source_.tell() < source_.size()) {
             if (!readHeader(header)) return false;
             if (header.id == kMain3ds) {
@@ -94,7 +105,7 @@ private:
         if (!readHeader(sub)) return false;
         if (sub.id == kColourFloat3ds || sub.id == kColourBytes3ds) return readColourData(sub.id, colour);
         skip(sub);
-        return false;
+        return KelpRecord::fail(KelpRecord::Code::T3dsColour, {}, sub.id, sub.start);
     }
 
     // A percentage sub-chunk; any other kind is passed over and fails the read.
@@ -109,7 +120,7 @@ private:
         }
         if (sub.id == kPercentFloat3ds) return source_.readF32(value);
         skip(sub);
-        return false;
+        return KelpRecord::fail(KelpRecord::Code::T3dsPercentage, {}, sub.id, sub.start);
     }
 
     bool walkMain(const ChunkHeader& main) {
@@ -288,7 +299,10 @@ private:
 
 bool readChunks(std::FILE* file, KelpCore::KelpTriMesh& mesh, Scene3ds& scene, std::size_t blockSize) {
     ChunkSource source(file, blockSize);
-    return ChunkWalker(source, mesh, scene).walkFile();
+    const bool walked = ChunkWalker(source, mesh, scene).walkFile();
+    // Every other failure is a read past the end of the file.
+    if (!walked) KelpRecord::fail(KelpRecord::Code::T3dsCut, {}, source.tell(), source.size());
+    return walked;
 }
 
 }  // namespace Kelp3ds

@@ -18,10 +18,12 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 // FIFOs and devices open as fopen opens them.
 FileHandle openFile(const char* path, const char* mode);
 
-// True when `path` names a regular file, after symbolic links. Side files that
-// a file's content names (a material library, a texture) are opened only
-// then: a device such as /dev/zero never ends, and a FIFO blocks the open
+// What `path` names, after symbolic links: nothing that stat finds, a regular
+// file, or anything else (a directory, a device, a FIFO). Side files that a
+// file's content names (a material library, a texture) are opened only when
+// regular: a device such as /dev/zero never ends, and a FIFO blocks the open
 // until something writes to it.
-bool isRegularFile(const char* path);
+enum class FileKind { Missing, Regular, Other };
+FileKind fileKind(const char* path);
 
 }  // namespace KelpIo

@@ -3,6 +3,7 @@
 #include <KelpImageLoad.h>
 
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 
 #include <cctype>
 #include <fstream>
@@ -102,9 +103,15 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     // The file's content names both side files: only regular files count,
     // anything else (a device, a FIFO, a directory) is a missing file.
     const std::string libraryPath = directory + libraryName;
-    if (KelpIo::isRegularFile(libraryPath.c_str())) {
+    const KelpIo::FileKind libraryKind = KelpIo::fileKind(libraryPath.c_str());
+    if (libraryKind == KelpIo::FileKind::Regular) {
         std::ifstream library(libraryPath);
         if (!library.fail()) readMaterialLibrary(library, materials);
+        else KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
+    } else {
+        KelpRecord::note(libraryKind == KelpIo::FileKind::Missing ? KelpRecord::Code::ObjLibraryMissing
+                                                                 : KelpRecord::Code::ObjLibraryNotRegular,
+                         libraryName);
     }
     if (materials.empty()) return;
     const std::string& textureFile = materials.front().textureFile;
@@ -112,7 +119,13 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     const std::string extension = textureExtension(textureFile);
     if (extension == "JPG" || extension == "BMP" || extension == "PNG" || extension == "TIF") {
         const std::string imagePath = directory + textureFile;
-        if (KelpIo::isRegularFile(imagePath.c_str())) KelpImageLoad::KelpReadImage(imagePath.c_str(), image);
+        const KelpIo::FileKind imageKind = KelpIo::fileKind(imagePath.c_str());
+        if (imageKind == KelpIo::FileKind::Other)
+            KelpRecord::note(KelpRecord::Code::ObjTextureNotRegular, textureFile);
+        else if (imageKind == KelpIo::FileKind::Missing || !KelpImageLoad::KelpReadImage(imagePath.c_str(), image))
+            KelpRecord::note(KelpRecord::Code::ObjTextureUnreadable, textureFile);
+    } else {
+        KelpRecord::note(KelpRecord::Code::ObjTextureExtension, textureFile);
     }
 }
 

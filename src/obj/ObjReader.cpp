@@ -20,6 +20,7 @@
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
 #include "obj/ObjStream.h"
+#include "report/Recorder.h"
 
 #include <cstring>
 #include <string>
@@ -51,6 +52,14 @@ Statement classify(const char* word, std::size_t length) {
     return Statement::Other;
 }
 
+// A statement read that finds no word (white space at the end of the file)
+// runs the last statement again: a position, texture coordinate or normal
+// is added once more with the values read before.
+void noteRepeatedStatement(Statement statement, const char* word, std::size_t length) {
+    if (statement == Statement::Vertex || statement == Statement::TexCoord || statement == Statement::Normal)
+        KelpRecord::note(KelpRecord::Code::ObjRepeatedStatement, std::string_view(word, length));
+}
+
 // The texture coordinates, normals and face texture triples gathered during
 // the pass, moved into the mesh at the end.
 struct PendingAttributes {
@@ -74,6 +83,7 @@ void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh,
 
 void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
     if (normals.empty()) return;
+    if (normals.size() > mesh.vertexCount) KelpRecord::note(KelpRecord::Code::ObjExtraNormals, {}, normals.size(), mesh.vertexCount);
     mesh.vertexAttributes |= KelpCore::KelpAttributeNormals;
     mesh.vertexNormals.resize(mesh.vertexCount);
     // The i-th "vn" belongs to the i-th vertex; normals beyond the vertices are dropped.
@@ -83,6 +93,7 @@ void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriM
 
 void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned char>& image,
                  KelpCore::KelpTriMesh& mesh) {
+    if (image.data && pending.texCoords.empty()) KelpRecord::note(KelpRecord::Code::ObjTextureWithoutVt);
     if (!image.data || pending.texCoords.empty()) return;
     mesh.hasTexture = true;
     // The mesh takes the pixels over; pixels it held before are its own to free.
@@ -100,9 +111,11 @@ void moveTexture(PendingAttributes& pending, KelpCore::KelpImageData<unsigned ch
 }  // namespace
 
 bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadObj", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
     if (!file) {
+        KelpRecord::failOpen(KelpRecord::Code::ObjOpen);
         KelpFrame::switchToCLocale();
         return false;
     }
@@ -132,6 +145,8 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
             word = wordBegin;
             const void* zero = std::memchr(wordBegin, '\0', static_cast<std::size_t>(wordEnd - wordBegin));
             wordLength = static_cast<std::size_t>((zero ? static_cast<const char*>(zero) : wordEnd) - wordBegin);
+        } else {
+            noteRepeatedStatement(classify(word, wordLength), word, wordLength);
         }
         switch (classify(word, wordLength)) {
             case Statement::MaterialLibrary: {

@@ -3,6 +3,7 @@
 #include <KelpImageLoad.h>
 
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -32,13 +33,13 @@ void saveTextureImage(const std::string& directory, const std::string& baseName,
     if (!copy.data) return;
     std::copy_n(image.data, length, copy.data);
     const std::string imagePath = directory + baseName + ".jpg";
-    KelpImageLoad::KelpWriteImage(imagePath.c_str(), copy);
+    if (!KelpImageLoad::KelpWriteImage(imagePath.c_str(), copy)) KelpRecord::note(KelpRecord::Code::ObjSideFileMissing, imagePath);
     delete[] copy.data;
 }
 
 void writeMaterialFile(const std::string& directory, const std::string& baseName) {
     KelpIo::FileHandle file = KelpIo::openFile((directory + baseName + ".mtl").c_str(), "wt");
-    if (!file) return;
+    if (!file) return KelpRecord::note(KelpRecord::Code::ObjSideFileMissing, directory + baseName + ".mtl");
     std::fprintf(file.get(), "newmtl %sMaterial\n", baseName.c_str());
     std::fprintf(file.get(), "map_Kd %s.jpg\n", baseName.c_str());
 }

@@ -6,6 +6,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "obj/ObjMaterial.h"
 #include "obj/ObjSideFiles.h"
 
@@ -92,9 +93,10 @@ const Element& entry(const std::vector<Element>& array, std::size_t index) {
 }  // namespace
 
 bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpWriteObj", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "w");
-    if (!file) return false;  // the locale is left switched on this path
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::ObjWriteOpen);  // the locale is left switched on this path
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
 
     const std::string outputPath(path);

@@ -21,9 +21,11 @@ FileStatus statusOf(std::FILE* file) {
     return status;
 }
 
-bool isRegularPath(const char* path) {
+PathKind pathKind(const char* path) {
     struct _stat64 info {};
-    return path && _stat64(path, &info) == 0 && (info.st_mode & _S_IFMT) == _S_IFREG;
+    if (!path || _stat64(path, &info) != 0) return PathKind::Missing;
+    if ((info.st_mode & _S_IFMT) == _S_IFREG) return PathKind::Regular;
+    return (info.st_mode & _S_IFMT) == _S_IFDIR ? PathKind::Directory : PathKind::Other;
 }
 #else
 static_assert(sizeof(off_t) == 8, "64-bit file offsets");
@@ -45,9 +47,11 @@ FileStatus statusOf(std::FILE* file) {
     return status;
 }
 
-bool isRegularPath(const char* path) {
+PathKind pathKind(const char* path) {
     struct stat info {};
-    return path && stat(path, &info) == 0 && S_ISREG(info.st_mode);
+    if (!path || stat(path, &info) != 0) return PathKind::Missing;
+    if (S_ISREG(info.st_mode)) return PathKind::Regular;
+    return S_ISDIR(info.st_mode) ? PathKind::Directory : PathKind::Other;
 }
 #endif
 

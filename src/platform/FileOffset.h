@@ -20,7 +20,9 @@ struct FileStatus {
 };
 FileStatus statusOf(std::FILE* file);
 
-// True when `path` names an existing regular file.
-bool isRegularPath(const char* path);
+// What `path` names: nothing, a regular file, a directory, or anything else
+// (a device, a FIFO).
+enum class PathKind { Missing, Regular, Directory, Other };
+PathKind pathKind(const char* path);
 
 }  // namespace KelpPlatform

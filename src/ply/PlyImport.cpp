@@ -6,8 +6,11 @@
 
 #include <KelpFileIO.h>
 
+#include "report/Recorder.h"
+
 #include "ply/PlyFile.h"
 #include "ply/PlyInstanceDecoder.h"
+#include "ply/PlyReport.h"
 #include "ply/PlyValues.h"
 
 #include <algorithm>
@@ -234,6 +237,8 @@ int readElements(PlyFile& ply, KelpTriMesh& mesh, int stripIndex) {
             // Nothing to read: every instance is the load record as it stands.
             // A strip record holds no strip between instances (each is freed
             // once decoded), and other elements have no record.
+            if (element.name == "vertex" || element.name == "face")
+                KelpRecord::note(KelpRecord::Code::PlyElementWithoutProperties, element.name, count);
             if (element.name == "vertex")
                 code = appendInBatches(count, makeVertexRoom(mesh, count), vertexRoom, appendVertex);
             else if (element.name == "face")
@@ -295,9 +300,10 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
         result.code = code;
         return result;
     };
+    PlyFile ply;
+    const PlyReportScope report(ply, result);
     if (!path || !mesh) return fail(PlyImportNoPath);
 
-    PlyFile ply;
     if (ply.open(path) != 0) {
         result.libraryError = ply.lastError;
         return fail(ply.lastError);
@@ -375,6 +381,7 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
     try {
         result.code = readElements(ply, *mesh, stripIndex);
     } catch (const std::bad_alloc&) {
+        KelpRecord::fail(KelpRecord::Code::PlyOutOfMemory, {}, ply.input.offset());
         // What was appended before stays; the mesh's arrays were made room
         // for ahead of every append, so they agree with its counts.
         result.code = PlyImportBadInstance;
@@ -387,6 +394,7 @@ PlyImportResult importPly(const char* path, KelpTriMesh* mesh) {
 namespace KelpGraphic {
 
 bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadPly", path, KelpRecord::Locale::Untouched);
     return KelpPly::importPly(path, mesh).code == KelpPly::PlyImportOk;
 }
 

@@ -56,6 +56,8 @@ public:
     // Bytes of the file not yet consumed, when the file's size is known;
     // otherwise the largest value.
     std::uint64_t bytesLeft() const;
+    // File offset of the next byte to be consumed.
+    std::uint64_t offset() const { return bufferStart_ + pos_; }
 
     // fscanf(file, "%d"): the value as the C library stores it (parsed as a
     // long, clamped on overflow, then cut to int). False on end of file or

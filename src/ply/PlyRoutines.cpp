@@ -3,6 +3,7 @@
 // the two generic routines that decide per call.
 #include "ply/PlyFile.h"
 #include "ply/PlyValues.h"
+#include "report/Recorder.h"
 
 #include <cstdlib>
 #include <vector>
@@ -47,10 +48,12 @@ bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyProperty
         const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
         if (!itemsChecked) {
             buffer = std::calloc(static_cast<std::size_t>(count), memorySize);
-            if (!buffer) return false;
+            if (!buffer) return KelpRecord::fail(KelpRecord::Code::PlyOutOfMemory, {}, input.offset());
             auto* target = static_cast<unsigned char*>(buffer);
             // A last item cut short keeps the bytes that arrived.
-            for (std::int64_t i = 0; i < count && input.ensure(1); ++i, target += memorySize) readItem(target);
+            std::int64_t i = 0;
+            for (; i < count && input.ensure(1); ++i, target += memorySize) readItem(target);
+            if (i < count) KelpRecord::note(KelpRecord::Code::PlyListPastEnd, {}, input.offset(), std::uint64_t(count), std::uint64_t(i));
             storePointer(record + request.valueOffset, buffer);
             return true;
         }
@@ -64,7 +67,7 @@ bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyProperty
             if (!readItem(items.data() + items.size() - memorySize)) return false;
         }
         buffer = std::calloc(static_cast<std::size_t>(count), memorySize);
-        if (!buffer) return false;
+        if (!buffer) return KelpRecord::fail(KelpRecord::Code::PlyOutOfMemory, {}, input.offset());
         std::memcpy(buffer, items.data(), items.size());
     }
     storePointer(record + request.valueOffset, buffer);
@@ -74,9 +77,10 @@ bool readAllocatedList(PlyInput& input, unsigned char* record, const PlyProperty
 // Reads the items of a list written in place: the items that fit the room the
 // caller gave are stored, the rest are consumed by `dropItems(n)` and lost.
 template <typename ReadItem, typename DropItems>
-bool readInPlaceList(unsigned char* record, const PlyPropertyRequest& request, std::int64_t count,
+bool readInPlaceList(PlyInput& input, unsigned char* record, const PlyPropertyRequest& request, std::int64_t count,
                      ReadItem readItem, DropItems dropItems) {
     const std::int64_t kept = count < request.listCapacity ? count : request.listCapacity;
+    if (count > kept) KelpRecord::note(KelpRecord::Code::PlyListCut, {}, input.offset(), std::uint64_t(count), std::uint64_t(kept));
     const std::size_t memorySize = static_cast<std::size_t>(kPlyTypeSizes[request.memoryType]);
     unsigned char* target = record + request.valueOffset;
     for (std::int64_t i = 0; i < kept; ++i, target += memorySize)
@@ -145,7 +149,7 @@ inline bool binaryListBody(PlyInput& input, unsigned char* record, const PlyProp
     };
     if (request.allocateList)
         return readAllocatedList(input, record, request, count, itemSize, itemsChecked, readItem);
-    return readInPlaceList(record, request, count, readItem,
+    return readInPlaceList(input, record, request, count, readItem,
                            [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
 }
 
@@ -313,7 +317,7 @@ bool asciiList(PlyInput& input, unsigned char* record, const PlyPropertyRequest&
             if (!asciiNumber(input, request.storedType, ignored)) return false;
         return true;
     };
-    return readInPlaceList(record, request, count, readItem, dropItems);
+    return readInPlaceList(input, record, request, count, readItem, dropItems);
 }
 
 // The count as an int, then every item dropped as "%f" whatever its type.
@@ -408,7 +412,7 @@ bool plyGenericBinaryRoutine(PlyInput& input, unsigned char* record, const PlyPr
     };
     if (request.allocateList)
         return readAllocatedList(input, record, request, count, itemSize, itemsChecked, readItem);
-    return readInPlaceList(record, request, count, readItem,
+    return readInPlaceList(input, record, request, count, readItem,
                            [&](std::uint64_t n) { return dropBinaryItems(input, n, itemSize, itemsChecked); });
 }
 

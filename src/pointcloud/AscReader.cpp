@@ -11,6 +11,8 @@
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
 #include "io/FileBytes.h"
+#include "report/Recorder.h"
+#include "pointcloud/PointCloudReport.h"
 #include "pointcloud/StreamFloat.h"
 
 #include <cstdio>
@@ -21,14 +23,16 @@ namespace KelpGraphic {
 
 bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
     // Only the open runs under the switched locale; the parse runs under "C".
+    KelpRecord::Call call("KelpReadAsc", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "r");
     KelpFrame::switchToCLocale();
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::AscOpen);
 
     std::string bytes;
     KelpIo::readRemaining(file.get(), bytes);
     file.reset();
+    KelpPointCloud::noteAscEnding(bytes);
 
     const char* cursor = bytes.data();
     const char* const end = cursor + bytes.size();

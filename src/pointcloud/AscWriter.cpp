@@ -3,6 +3,7 @@
 #include <KelpFileIO.h>
 
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 
 #include <charconv>
 #include <cmath>
@@ -27,8 +28,9 @@ char* formatFixed(char* out, float value) {
 }  // namespace
 
 bool KelpWriteAsc(const char* path, KelpCore::KelpPointSet* cloud) {
+    KelpRecord::Call call("KelpWriteAsc", path, KelpRecord::Locale::Untouched);
     KelpIo::FileHandle file = KelpIo::openFile(path, "wb");
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::AscWriteOpen);
 
     constexpr std::size_t kBlock = 1 << 16;
     char block[kBlock + kLineRoom];

@@ -7,7 +7,9 @@
 #include "frame/ReaderLocale.h"
 #include "io/FileBytes.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "pointcloud/DxfScan.h"
+#include "pointcloud/PointCloudReport.h"
 
 #include <string>
 #include <string_view>
@@ -42,11 +44,12 @@ bool readPoint(DxfScanner& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud)
 }  // namespace
 
 bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
+    KelpRecord::Call call("KelpReadDxf", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     // A file that cannot be opened fails like one with a wrong header: false,
     // with the locale left switched.
     KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::DxfOpen);
     std::string bytes;
     KelpIo::readRemaining(file.get(), bytes);
 
@@ -57,10 +60,11 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     for (const char* expected : {"0", "SECTION", "2"}) {
         // The section's name (the fourth word) is not looked at. Format
         // failures leave the locale switched.
-        if (!scan.nextWord(word) || !DxfScanner::wordIs(word, expected)) return false;
+        const bool read = scan.nextWord(word);
+        if (!read || !DxfScanner::wordIs(word, expected)) return KelpPointCloud::failDxfHeader(read, word, expected, scan.offset());
     }
     do {
-        if (!scan.nextWord(word)) return false;
+        if (!scan.nextWord(word)) return KelpRecord::fail(KelpRecord::Code::DxfNoEntities, {}, bytes.size());
     } while (!DxfScanner::wordIs(word, "ENTITIES"));
 
     // Kept across points: a point without a "20" takes the y of the one before.
@@ -69,6 +73,7 @@ bool KelpReadDxf(const char* path, KelpCore::KelpPointSet* cloud) {
     while (scan.nextWord(word) && !DxfScanner::wordIs(word, "ENDSEC")) {
         if (DxfScanner::wordIs(word, "POINT") && !readPoint(scan, xyz, *cloud)) break;
     }
+    if (!DxfScanner::wordIs(word, "ENDSEC")) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     file.reset();
     KelpFrame::switchToCLocale();
     return true;

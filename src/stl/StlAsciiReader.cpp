@@ -6,6 +6,7 @@
 #include "frame/ReaderLocale.h"
 #include "io/FileBytes.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 #include "stl/StlScan.h"
 
@@ -27,7 +28,7 @@ char localeDecimalPoint() {
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "r");
-    if (!file) return false;  // the locale stays switched on this path
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
 
     std::string bytes;
     KelpIo::readRemaining(file.get(), bytes);
@@ -52,12 +53,12 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
                 // A facet whose normal parsed must have three full corners;
                 // otherwise the read fails and the mesh keeps what it held. The
                 // locale stays switched on this path.
-                if (!in.wordsThenTriple(1, corner)) return false;
+                if (!in.wordsThenTriple(1, corner)) return failCorner(bytes.data(), in.position(), &corner - corners, faces.size());
             }
             in.skipWord();
             in.skipWord();
             // A file that ends right after the last word of a facet loses that facet.
-            if (in.atEnd()) break;
+            if (in.atEnd()) { noteLastFacetDropped(); break; }
             // 32-bit counts bound the soup; a file beyond that (hundreds of
             // gigabytes) ends there.
             if (vertices.size() > 0xFFFFFFFFu - 3) break;

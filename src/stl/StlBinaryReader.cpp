@@ -5,6 +5,7 @@
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
 #include "platform/FileOffset.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
@@ -85,6 +86,7 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
         if (cut > kCornersAt)
             std::memcpy(lastCorners, block.data() + whole * kRecordBytes + kCornersAt,
                         std::min(cut - kCornersAt, kCornerBytes));
+        noteShortFile(visited, next, cut);
         break;
     }
     sink.repeat(lastCorners, visited - next);
@@ -95,7 +97,7 @@ void readRecords(std::FILE* file, std::uint32_t visited, WeldSink& sink) {
 bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpFrame::switchToReaderLocale();
     KelpIo::FileHandle file = KelpIo::openFile(path, "rb");
-    if (!file) return false;  // the locale stays switched on this path
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
 
     unsigned char countBytes[4] = {};
     std::fseek(file.get(), kHeaderBytes, SEEK_SET);
@@ -103,6 +105,7 @@ bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     const std::uint32_t count = loadU32(countBytes);
     KelpFrame::printProgress("OpenBinary::fn=%d\n", static_cast<int>(count));
     const std::uint32_t visited = visitedTriangles(count);
+    noteHeaderCount(count);
 
     // Distinct positions cannot outnumber the corners the file holds, plus
     // the three a short file repeats; a count the file cannot back does not

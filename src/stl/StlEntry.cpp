@@ -3,6 +3,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 
 namespace KelpStl {
@@ -33,12 +34,13 @@ bool looksBinary(std::FILE* file) {
 namespace KelpGraphic {
 
 bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadStl", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     bool binary;
     {
         // Text mode as the detection has always used; Linux translates nothing.
         KelpIo::FileHandle file = KelpIo::openFile(path, "rt");
-        if (!file) return false;  // the locale stays switched on this path
+        if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
         binary = KelpStl::looksBinary(file.get());
     }
     KelpFrame::switchToCLocale();

@@ -34,6 +34,16 @@ bool looksBinary(std::FILE* file);
 bool readBinaryStl(const char* path, KelpCore::KelpTriMesh* mesh);
 bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 
+// The readers' entries in the call report (StlReport.cpp): a header count
+// the loop cannot read as it stands, a binary file shorter than its count
+// (`whole` records and `extraBytes` of the next), an ASCII corner that does
+// not parse (`corner` 0 to 2 of the facet after `facetsBefore`; false), an
+// ASCII file ending right after its last facet's last word.
+void noteHeaderCount(std::uint32_t count);
+void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes);
+bool failCorner(const char* text, const char* at, std::ptrdiff_t corner, std::size_t facetsBefore);
+void noteLastFacetDropped();
+
 // Number of triangles the binary read loop visits for a header count: the loop
 // compares as signed 32-bit numbers, so counts of 2^31 and more visit none.
 inline std::uint32_t visitedTriangles(std::uint32_t count) {

@@ -3,6 +3,7 @@
 #include <KelpFileIO.h>
 
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
@@ -12,8 +13,9 @@
 namespace KelpGraphic {
 
 bool KelpWriteStl(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpWriteStl", path, KelpRecord::Locale::Untouched);
     KelpIo::FileHandle file = KelpIo::openFile(path, "wb");
-    if (!file) return false;
+    if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlWriteOpen);
 
     // The header is never written: seeking over it leaves the gap that the
     // file system fills (zeros on ordinary file systems).

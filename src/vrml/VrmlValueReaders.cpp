@@ -3,6 +3,7 @@
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlNodeLayout.h"
 #include "vrml/VrmlReader.h"
+#include "report/Recorder.h"
 
 namespace KelpVrml {
 
@@ -83,7 +84,10 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
         if (code == ']') break;
         if (endedInsideNode(code)) return false;
         if (code == kTokenNumber) {
-            if (lookAhead().code == ']') break;
+            if (lookAhead().code == ']') {
+                KelpRecord::note(KelpRecord::Code::WrlLastNumber, {}, static_cast<std::uint64_t>(line()));
+                break;
+            }
             field.ints.push_back(truncateToInt(current().value));
         }
     }

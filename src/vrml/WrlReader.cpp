@@ -6,6 +6,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
+#include "report/Recorder.h"
 #include "vrml/VrmlReader.h"
 #include "vrml/VrmlScene.h"
 
@@ -33,6 +34,7 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
         reader.clearEndOfInput();
         reader.open(path);
         const VrmlNode* top = reader.parseNode(0);
+        if (!top) KelpRecord::note(KelpRecord::Code::WrlParse, reader.errorText());
         appendSceneToMesh(top, mesh);
         reader.close();
         reader.releaseScene();
@@ -51,11 +53,15 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
 namespace KelpGraphic {
 
 bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh) {
+    KelpRecord::Call call("KelpReadWrl", path, KelpRecord::Locale::Switched);
     KelpFrame::switchToReaderLocale();
     float version = -1.0f;
     if (KelpIo::FileHandle probe = KelpIo::openFile(path, "r")) {
         const int matched = std::fscanf(probe.get(), "#VRML V%f", &version);
         static_cast<void>(matched);
+        if (version != 1.0f) KelpRecord::note(KelpRecord::Code::WrlVersion);
+    } else {
+        KelpRecord::noteOpen(KelpRecord::Code::WrlOpen);
     }
     if (version == 1.0f) KelpVrml::readScene(path, *mesh);
     KelpFrame::switchToCLocale();

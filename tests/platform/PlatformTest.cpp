@@ -83,9 +83,9 @@ TEST(PlatformFile, PositionsAndSizesPastTwoGibibytes) {
     EXPECT_EQ(std::fgetc(file), 'k');
     EXPECT_EQ(KelpPlatform::tell(file), late + 1);
     std::fclose(file);
-    EXPECT_TRUE(KelpPlatform::isRegularPath(path.c_str()));
-    EXPECT_FALSE(KelpPlatform::isRegularPath(dir.path().string().c_str()));
-    EXPECT_FALSE(KelpPlatform::isRegularPath(dir.file("missing").c_str()));
+    EXPECT_EQ(KelpPlatform::pathKind(path.c_str()), KelpPlatform::PathKind::Regular);
+    EXPECT_EQ(KelpPlatform::pathKind(dir.path().string().c_str()), KelpPlatform::PathKind::Directory);
+    EXPECT_EQ(KelpPlatform::pathKind(dir.file("missing").c_str()), KelpPlatform::PathKind::Missing);
 }
 
 }  // namespace

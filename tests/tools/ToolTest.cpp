@@ -18,7 +18,8 @@ namespace {
 
 // The shell that runs the tool: sh, or cmd.exe on Windows (where the
 // cross-built tests run under Wine, which shows the build's own folders on
-// drive Z:). Cases that need sh's own features (ulimit, traps, globs, links,
+// drive Z:; the pipe is read in text mode, so its line ends arrive as
+// "\n"). Cases that need sh's own features (ulimit, traps, globs, links,
 // file names with quotes, python3) are skipped under cmd.
 #if defined(_WIN32)
 constexpr bool kPosixShell = false;
@@ -30,7 +31,7 @@ std::string program(std::string path) {
     return quote(path);
 }
 // cmd /c drops the outermost quotes of a command that starts with one.
-std::FILE* openPipe(const std::string& command) { return _popen(("\"" + command + "\"").c_str(), "rb"); }
+std::FILE* openPipe(const std::string& command) { return _popen(("\"" + command + "\"").c_str(), "rt"); }
 int exitStatus(int raw) { return raw; }
 #else
 constexpr bool kPosixShell = true;
@@ -103,6 +104,20 @@ TEST_F(Tool, ExitStatusesTellFailuresFromUsageErrors) {
     EXPECT_EQ(run(kelp("info " + path("missing.asc"))).status, 1);
     const Result failed = run(kelp("info " + path("missing.asc")), true);
     EXPECT_NE(failed.out.find("asc reader failed on"), std::string::npos) << failed.out;
+    EXPECT_NE(failed.out.find("missing.asc: ASC: cannot open the file (No such file or directory)"), std::string::npos)
+        << failed.out;
+    // A directory cannot be opened; the reason the library gives is printed.
+    std::filesystem::create_directory(dir.file("d.asc"));
+    KelpTest::writeFile(dir.file("a.asc"), "1 2 3");
+    for (const auto& [command, message] : {
+             std::pair<std::string, std::string>{"info " + path("d.asc"), "d.asc: ASC: cannot open the file (Is a directory)"},
+             {"convert " + path("a.asc") + " " + path("d.asc"),
+              "the asc writer failed on " + dir.file("d.asc") + ": ASC: cannot create the file (Is a directory)"},
+         }) {
+        const Result r = run(kelp(command), true);
+        EXPECT_EQ(r.status, 1) << command;
+        EXPECT_NE(r.out.find(message), std::string::npos) << r.out;
+    }
     EXPECT_EQ(run(kelp("info " + path("x.unknown"))).status, 2);
     EXPECT_EQ(run(kelp("info --format nosuch " + path("x.asc"))).status, 2);
     EXPECT_EQ(run(kelp("frobnicate")).status, 2);
@@ -223,6 +238,41 @@ TEST_F(ToolOnSamples, ConversionsRoundTrip) {
     // A mesh written as ASC keeps its vertices.
     ASSERT_EQ(run(kelp("convert " + sample("two-objects.3ds") + " " + path("m.asc"))).status, 0);
     EXPECT_NE(run(kelp("info --json " + path("m.asc"))).out.find("\"vertices\":9,"), std::string::npos);
+}
+
+// check: silent and 0 on clean files; one line per reason or note otherwise.
+// info --explain and --json carry the same report.
+TEST_F(ToolOnSamples, CheckAndExplainListReasonsAndNotes) {
+    const Result clean = run(kelp("check " + sample("sphere-binary.stl") + " " + sample("cube.obj") + " " +
+                                  sample("points.dxf") + " " + sample("cube.jpg")));
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    EXPECT_EQ(clean.out.find(": stl"), std::string::npos) << clean.out;
+    EXPECT_NE(clean.out.find("cube.jpg: skipped: unknown file extension"), std::string::npos) << clean.out;
+
+    std::string shortStl = KelpTest::readFile(samples + "/sphere-binary.stl");
+    shortStl.resize(84 + 50 * 10);
+    KelpTest::writeFile(dir.file("short.stl"), shortStl);
+    const Result mixed = run(kelp("check " + sample("cloud.asc") + " " + sample("pyramid-be.ply") + " " +
+                                  path("short.stl") + " " + path("none.ply")));
+    EXPECT_EQ(mixed.status, 1);
+    for (const char* line : {"cloud.asc: asc.repeated-last: ASC: the file ends with a line feed",
+                             "pyramid-be.ply: ply.big-endian-order: PLY: binary_big_endian",
+                             "short.stl: stl.binary.short: binary STL: the header announces 512 triangles, the file "
+                             "holds 10 and 0 bytes; 502 triangles repeat the last corners read in full\n",
+                             "none.ply: ply.open: PLY: cannot open the file"})
+        EXPECT_NE(mixed.out.find(line), std::string::npos) << line << "\n" << mixed.out;
+    EXPECT_EQ(run(kelp("check " + sample("scene.wrl"))).status, 0);
+    EXPECT_EQ(run(kelp("check --format nosuch " + sample("scene.wrl"))).status, 2);
+
+    const Result explained = run(kelp("info --explain " + sample("cloud.asc")));
+    EXPECT_EQ(explained.status, 0);
+    EXPECT_NE(explained.out.find("cloud.asc: asc.repeated-last: ASC:"), std::string::npos) << explained.out;
+    EXPECT_NE(run(kelp("info --json " + path("short.stl"))).out.find(
+                  "\"report\":{\"reason\":null,\"notes\":[{\"code\":151,\"name\":\"stl.binary.short\",\"text\":"),
+              std::string::npos);
+    EXPECT_NE(run(kelp("info --json " + path("none.ply"))).out.find(
+                  "\"report\":{\"reason\":{\"code\":501,\"name\":\"ply.open\",\"message\":\"PLY: cannot open"),
+              std::string::npos);
 }
 
 TEST_F(ToolOnSamples, ConvertReadsItsOutputBackToCatchAFullDisk) {

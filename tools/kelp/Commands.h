@@ -13,6 +13,7 @@ struct InfoOptions {
     std::vector<std::string> files;
     std::string format;  // empty: by extension
     bool json = false;
+    bool explain = false;  // the report's reason and notes under the table
     bool quiet = false;
 };
 
@@ -23,7 +24,15 @@ struct ConvertOptions {
     bool verify = true;  // read the output back and compare its counts
 };
 
+struct CheckOptions {
+    std::vector<std::string> files;
+    std::string format;  // empty: by extension
+    bool quiet = false;  // no summary line
+};
+
 int runInfo(const InfoOptions& options);
 int runConvert(const ConvertOptions& options);
+// Exit status 0 when every file was read without failure and without notes, else 1.
+int runCheck(const CheckOptions& options);
 
 }  // namespace KelpTool

@@ -79,15 +79,16 @@ int runConvert(const ConvertOptions& options) {
         return kFileFailed;
     }
     bool written = false;
-    std::string thrown;
+    std::string reason;
     try {
         written = write(*target, options.output, *loaded);
     } catch (...) {
-        thrown = ": " + currentExceptionText();
+        reason = currentExceptionText();
     }
     if (!written) {
-        std::fprintf(stderr, "kelp: the %s writer failed on %s%s\n", target->name.c_str(), options.output.c_str(),
-                     thrown.c_str());
+        if (reason.empty()) reason = takeLastReport().reason;
+        std::fprintf(stderr, "kelp: the %s writer failed on %s%s%s\n", target->name.c_str(), options.output.c_str(),
+                     reason.empty() ? "" : ": ", reason.c_str());
         return kFileFailed;
     }
     const Summary s = loaded->summary(options.input);

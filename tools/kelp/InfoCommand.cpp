@@ -53,7 +53,11 @@ int runInfo(const InfoOptions& options) {
         summaries.push_back(std::move(summary));
     }
     if (progress) std::fprintf(stderr, "\r\033[K");
-    if (!options.json && !options.quiet) printTable(stdout, summaries);
+    if (!options.json && !options.quiet) {
+        printTable(stdout, summaries);
+        if (options.explain)
+            for (const Summary& s : summaries) printReportLines(stdout, s.path, s.report);
+    }
     return status;
 }
 

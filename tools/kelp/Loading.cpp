@@ -33,11 +33,13 @@ void load(const std::string& path, const Format& format, Loaded& loaded) {
         loaded.points = KelpCore::KelpPointSet();
     }
     loaded.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    loaded.report = takeLastReport();
 }
 
 void reportReadFailure(const std::string& path, const Loaded& loaded) {
+    const std::string& reason = loaded.failureReason();
     std::fprintf(stderr, "kelp: the %s reader failed on %s%s%s\n", loaded.format->name.c_str(), path.c_str(),
-                 loaded.thrown.empty() ? "" : ": ", loaded.thrown.c_str());
+                 reason.empty() ? "" : ": ", reason.c_str());
 }
 
 Summary Loaded::summary(const std::string& path) const {
@@ -46,6 +48,7 @@ Summary Loaded::summary(const std::string& path) const {
     s.format = format->name;
     s.ok = ok;
     s.seconds = seconds;
+    s.report = report;
     return s;
 }
 

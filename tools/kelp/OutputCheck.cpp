@@ -38,7 +38,10 @@ std::string checkOutput(const Format& target, const std::string& path, const Exp
     }
     auto back = std::make_unique<Loaded>();
     load(path, target, *back);
-    if (!back->ok) return "the " + target.name + " reader failed on it" + (back->thrown.empty() ? "" : ": " + back->thrown);
+    if (!back->ok) {
+        const std::string& reason = back->failureReason();
+        return "the " + target.name + " reader failed on it" + (reason.empty() ? "" : ": " + reason);
+    }
     const Summary s = back->summary(path);
     const bool mesh = target.container == Container::Mesh;
     if ((expected.compareVertices && s.vertices != expected.vertices) || s.faces != expected.faces) {

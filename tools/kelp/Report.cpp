@@ -91,7 +91,7 @@ void printJson(std::FILE* out, const Summary& s) {
                                         ",\"channels\":" + std::to_string(s.textureChannels) + "}"
                                   : std::string("null");
     }
-    json += ",\"seconds\":" + jsonNumber(s.seconds) + "}";
+    json += ",\"seconds\":" + jsonNumber(s.seconds) + ",\"report\":" + reportJson(s.report) + "}";
     std::fprintf(out, "%s\n", json.c_str());
 }
 

@@ -1,6 +1,7 @@
 // What `kelp info` reports about one loaded file.
 #pragma once
 
+#include "CallReport.h"
 #include "FormatTable.h"
 
 #include <array>
@@ -24,6 +25,7 @@ struct Summary {
     std::uint32_t texCoords = 0;
     bool hasTextureImage = false;
     std::uint32_t textureWidth = 0, textureHeight = 0, textureChannels = 0;
+    CallReport report;
 };
 
 Summary summarise(const KelpCore::KelpPointSet& cloud);

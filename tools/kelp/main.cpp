@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     infoCommand->add_option("files", info.files, "Files to read")->required();
     infoCommand->add_option("--format", info.format, "Reader to use instead of the extension's (" + KelpTool::formatNames() + ")");
     infoCommand->add_flag("--json", info.json, "One JSON object per file, one per line");
+    infoCommand->add_flag("--explain", info.explain, "After the table, why a file failed and which kept behaviours changed its result");
     infoCommand->add_flag("-q,--quiet", info.quiet, "No output of the tool's own (the exit status still tells)");
 
     KelpTool::ConvertOptions convert;
@@ -25,6 +26,12 @@ int main(int argc, char** argv) {
     bool noVerify = false;
     convertCommand->add_flag("--no-verify", noVerify, "Do not read the output back to check its counts");
 
+    KelpTool::CheckOptions check;
+    CLI::App* checkCommand = app.add_subcommand("check", "Read files; one line per failure or kept behaviour that changed a result");
+    checkCommand->add_option("files", check.files, "Files to read")->required();
+    checkCommand->add_option("--format", check.format, "Reader to use instead of the extension's");
+    checkCommand->add_flag("-q,--quiet", check.quiet, "No summary line on standard error");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -32,6 +39,7 @@ int main(int argc, char** argv) {
         return status == 0 ? KelpTool::kSuccess : KelpTool::kUsageError;
     }
     if (*infoCommand) return KelpTool::runInfo(info);
+    if (*checkCommand) return KelpTool::runCheck(check);
     convert.verify = !noVerify;
     return KelpTool::runConvert(convert);
 }

@@ -1,0 +1,23 @@
+#include "pointcloud/PointCloudReport.h"
+
+#include "report/Recorder.h"
+
+namespace KelpPointCloud {
+
+using KelpRecord::Code;
+
+void noteAscEnding(const std::string& bytes) {
+    if (bytes.empty())
+        KelpRecord::note(Code::AscEmpty);
+    else if (bytes.back() == '\n')
+        KelpRecord::note(Code::AscRepeatedLast);
+}
+
+bool failDxfHeader(bool read, std::string_view word, const char* expected, std::size_t offset) {
+    std::string text = "expected \"";
+    text += expected;
+    text += read ? "\", found \"" + std::string(word.substr(0, 60)) + "\"" : "\", found the end of the file";
+    return KelpRecord::fail(Code::DxfHeader, text, offset);
+}
+
+}  // namespace KelpPointCloud

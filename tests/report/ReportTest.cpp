@@ -1,0 +1,303 @@
+// The call report: per reader, the reason and the notes of its main failure
+// and kept-behaviour paths, on files built here.
+#include <KelpFileIO.h>
+
+#include "report/ReportCodes.h"
+#include "stl/StlReaders.h"
+#include "support/LocaleGuard.h"
+#include "support/TestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using KelpTest::putF32;
+using KelpTest::putU16;
+using KelpTest::putU32;
+
+struct Case {
+    const char* label;
+    std::string bytes;     // the file; kMissing leaves it absent, kDirectory makes it a directory
+    bool result;
+    std::string reason;    // expected reason name, "" for none
+    std::string text;      // part of the reason's message, or of the first note's text
+    std::vector<std::string> notes;
+};
+
+const std::string kMissing = "\x01missing";
+const std::string kDirectory = "\x01directory";
+
+std::vector<std::string> noteNames(const KelpGraphic::KelpReport& report) {
+    std::vector<std::string> names;
+    for (unsigned i = 0; i < report.noteCount; ++i) names.push_back(report.notes[i].name);
+    return names;
+}
+
+// Writes each case as `name` and reads it with `read`, then checks the report.
+template <typename Container>
+void runCases(const char* function, const char* name, bool (*read)(const char*, Container*),
+              const std::vector<Case>& cases) {
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        KelpTest::LocaleGuard locale;
+        KelpTest::TempDir dir;
+        const std::string path = dir.file(name);
+        if (c.bytes == kDirectory)
+            std::filesystem::create_directory(path);
+        else if (c.bytes != kMissing)
+            KelpTest::writeFile(path, c.bytes);
+        Container container;
+        EXPECT_EQ(read(path.c_str(), &container), c.result);
+        const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+        EXPECT_STREQ(report.function, function);
+        EXPECT_EQ(report.path, path);
+        EXPECT_EQ(report.result, c.result ? 1 : 0);
+        EXPECT_EQ(report.reasonName, c.reason);
+        EXPECT_EQ(report.reasonCode != 0, !c.result);
+        EXPECT_EQ(noteNames(report), c.notes);
+        const std::string where = !c.reason.empty() ? report.reason : report.noteCount ? report.notes[0].text : "";
+        EXPECT_NE(where.find(c.text), std::string::npos) << where;
+    }
+}
+
+std::string binaryStl(std::uint32_t announced, std::uint32_t records, std::size_t extraBytes) {
+    std::string bytes(80, '\0');
+    putU32(bytes, announced);
+    for (std::uint32_t r = 0; r < records; ++r) {
+        for (int i = 0; i < 12; ++i) putF32(bytes, static_cast<float>(r + i));
+        putU16(bytes, 0);
+    }
+    return bytes + std::string(extraBytes, '\x01');
+}
+
+const std::string kFacet = "facet normal 0 0 1\n outer loop\n  vertex 0 0 0\n  vertex 1 0 0\n  vertex 0 1 0\n endloop\nendfacet\n";
+
+TEST(Report, Stl) {
+    KELP_REQUIRE_READER_LOCALE();
+    runCases<KelpCore::KelpTriMesh>("KelpReadStl", "m.stl", KelpGraphic::KelpReadStl, {
+        {"missing", kMissing, false, "stl.open", "No such file", {"locale.left"}},
+        {"whole binary", binaryStl(2, 2, 0), true, "", "", {}},
+        {"directory", kDirectory, false, "stl.open", "(Is a directory)", {"locale.left"}},
+        {"cut in a normal", binaryStl(10, 3, 5), true, "", "announces 10 triangles, the file holds 3 and 5 bytes; 7 triangles repeat the last corners read in full",
+         {"stl.binary.short"}},
+        {"cut in the corners", binaryStl(10, 3, 20), true, "", "the file holds 3 and 20 bytes, which end inside the next record's corners",
+         {"stl.binary.cut-corners"}},
+        {"cut in the count", binaryStl(10, 3, 49), true, "", "the file holds 3 and 49 bytes; 7 triangles", {"stl.binary.short"}},
+        {"ascii", std::string("solid a\n") + kFacet + "endsolid\n", true, "", "", {}},
+        {"last facet", std::string("solid a\n") + kFacet + kFacet.substr(0, kFacet.size() - 1), true, "", "last facet was dropped",
+         {"stl.ascii.last-facet"}},
+        {"bad corner", std::string("solid a\n") + kFacet + "facet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex x 0 0\n", false,
+         "stl.ascii.corner", "line 12: corner 2 of facet 2", {"locale.left"}},
+    });
+    // Counts this large allocate gigabytes; their notes are checked on their own.
+    KelpStl::noteHeaderCount(0x80000000u);
+    const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+    ASSERT_EQ(report.noteCount, 3u);
+    EXPECT_STREQ(report.notes[1].text, "binary STL: the header count 2147483648 is 2^31 or more: no triangle is read, every face has zero corners");
+    EXPECT_STREQ(report.notes[2].name, "stl.binary.wrapped-corners");
+}
+
+TEST(Report, Asc) {
+    runCases<KelpCore::KelpPointSet>("KelpReadAsc", "p.asc", KelpGraphic::KelpReadAsc, {
+        {"missing", kMissing, false, "asc.open", "cannot open", {}},
+        {"directory", kDirectory, false, "asc.open", "(Is a directory)", {}},
+        {"no final line feed", "1 2 3\n4 5 6", true, "", "", {}},
+        {"final line feed", "1 2 3\n", true, "", "appended a second time", {"asc.repeated-last"}},
+        {"empty", "", true, "", "one point (0, 0, 0)", {"asc.empty"}},
+    });
+}
+
+TEST(Report, Dxf) {
+    KELP_REQUIRE_READER_LOCALE();
+    runCases<KelpCore::KelpPointSet>("KelpReadDxf", "p.dxf", KelpGraphic::KelpReadDxf, {
+        {"missing", kMissing, false, "dxf.open", "cannot open", {"locale.left"}},
+        {"wrong word", "0\nSECTOIN\n", false, "dxf.header", "expected \"SECTION\", found \"SECTOIN\" (before byte 9)", {"locale.left"}},
+        {"ends in header", "0\n", false, "dxf.header", "expected \"SECTION\", found the end of the file", {"locale.left"}},
+        {"no entities", "0\nSECTION\n2\nHEADER\n", false, "dxf.no-entities", "file's 19 bytes", {"locale.left"}},
+        {"complete", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n0\nENDSEC\n", true, "", "", {}},
+        {"no endsec", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n", true, "", "before \"ENDSEC\"", {"dxf.no-endsec"}},
+    });
+}
+
+TEST(Report, Ply) {
+    const std::string vertex = "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n";
+    const std::string face = "element face 1\nproperty list uchar int vertex_indices\n";
+    auto le = [&](const std::string& body) { return "ply\nformat binary_little_endian 1.0\n" + vertex + face + "end_header\n" + body; };
+    std::string oneFace;
+    for (float f : {1.0f, 2.0f, 3.0f}) putF32(oneFace, f);
+    oneFace += '\x03';
+    for (std::uint32_t i : {0u, 0u, 0u}) putU32(oneFace, i);
+    // Count and items of a big-endian int list are taken little-endian.
+    std::string beStrip;
+    for (std::uint32_t i : {5u, 0u, 1u, 2u}) putU32(beStrip, i);
+    std::string longFace = "515";
+    for (int i = 0; i < 515; ++i) longFace += " 0";
+    longFace += "\n";
+    runCases<KelpCore::KelpTriMesh>("KelpReadPly", "m.ply", KelpGraphic::KelpReadPly, {
+        {"missing", kMissing, false, "ply.open", "cannot open", {}},
+        {"directory", kDirectory, false, "ply.open", "(Is a directory)", {}},
+        {"not ply", "plx\n", false, "ply.header", "header line 1: the file does not start with \"ply\"", {}},
+        {"no end_header", "ply\nformat ascii 1.0\n" + vertex, false, "ply.header", "ends after line 6 without \"end_header\"", {}},
+        {"double x", "ply\nformat ascii 1.0\nelement vertex 1\nproperty double x\nend_header\n", false, "ply.no-positions",
+         "property \"x\" is double; the reader takes float", {}},
+        {"short indices", "ply\nformat ascii 1.0\n" + vertex + "element face 1\nproperty list ushort int32 vertex_index\nend_header\n",
+         false, "ply.no-faces", "property \"vertex_index\" is a list of int with a ushort count", {}},
+        {"short list", "ply\nformat ascii 1.0\n" + vertex + "element face 1\nproperty list uchar short vertex_indices\nend_header\n",
+         false, "ply.no-faces", "\"vertex_indices\" is a list of short with a uchar count", {}},
+        {"binary ok", le(oneFace), true, "", "", {}},
+        {"cut binary", le(oneFace.substr(0, 14)), false, "ply.instance", "element \"face\": an instance could not be read at byte", {}},
+        {"quad", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n4 0 0 0 0\n", false, "ply.not-triangle",
+         "other than 3 corners", {}},
+        {"big endian zero", "ply\nformat binary_big_endian 1.0\n" + vertex + face + "end_header\n" + std::string(12, '\0'), false,
+         "ply.instance", "a stored int or float of exactly 0", {"ply.big-endian-order"}},
+        {"ushort in little endian", "ply\nformat binary_little_endian 1.0\n" + vertex + "property ushort flags\n" + face +
+         "end_header\n" + oneFace.substr(0, 12) + std::string(2, '\0') + oneFace.substr(12), true, "", "element \"vertex\" were taken big-endian",
+         {"ply.little-endian-shorts"}},
+        {"big-endian strip past the end", "ply\nformat binary_big_endian 1.0\n" + vertex +
+         "element tristrips 1\nproperty list int int vertex_indices\nend_header\n" + oneFace.substr(0, 12) + beStrip, true, "",
+         "a big-endian list of 5 items ends with the file after 3", {"ply.list-past-end", "ply.big-endian-order"}},
+        {"face longer than the record", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n" + longFace, true, "",
+         "a list of 515 items is longer than the load record's 512", {"ply.list-cut"}},
+        {"vertices without properties", "ply\nformat ascii 1.0\n" + vertex + face + "element vertex 2\nend_header\n1 2 3\n3 0 0 0\n", true, "",
+         "element \"vertex\" has no properties: each of its 2 instances", {"ply.element-without-properties"}},
+    });
+}
+
+TEST(Report, Wrl) {
+    const std::string head = "#VRML V1.0 ascii\n";
+    runCases<KelpCore::KelpTriMesh>("KelpReadWrl", "s.wrl", KelpGraphic::KelpReadWrl, {
+        {"missing", kMissing, true, "", "cannot open the file", {"wrl.open"}},
+        {"directory", kDirectory, true, "", "cannot open the file (Is a directory)", {"wrl.open"}},
+        {"version 2", "#VRML V2.0 utf8\n", true, "", "not \"#VRML V1.0\"", {"wrl.version"}},
+        {"parse error", head + "Separator {\n Coordinate3 { point [ 0 0 0 ] }\n", true, "", "line 4: invalid node syntax", {"wrl.parse"}},
+        {"index lists", head + "Separator { IndexedFaceSet { coordIndex [ 0, 1, 2, -1 ] }\n"
+                               "IndexedFaceSet { coordIndex [ 0, 1, 2, -1, ] } IndexedFaceSet { coordIndex [ 0, 1, 2, -1 ] } }",
+         true, "", "line 2: the number right before \"]\"", {"wrl.last-number"}},
+    });
+    EXPECT_EQ(KelpGraphic::KelpLastReport()->notes[0].count, 2u);
+}
+
+std::string chunk(std::uint16_t id, const std::string& content) {
+    std::string out;
+    putU16(out, id);
+    putU32(out, static_cast<std::uint32_t>(6 + content.size()));
+    return out + content;
+}
+
+TEST(Report, T3ds) {
+    std::string vertices;
+    putU16(vertices, 5);
+    putF32(vertices, 1.0f);
+    std::string percent;
+    putU16(percent, 40);
+    const std::string material = chunk(0x3D3D, chunk(0xAFFF, chunk(0xA020, chunk(0x0030, percent))));
+    const std::string shininess = chunk(0x3D3D, chunk(0xAFFF, chunk(0xA040, chunk(0x0010, std::string(12, '\0')))));
+    runCases<KelpCore::KelpTriMesh>("KelpRead3ds", "m.3ds", KelpGraphic::KelpRead3ds, {
+        {"missing", kMissing, false, "3ds.open", "cannot open", {}},
+        {"directory", kDirectory, false, "3ds.open", "(Is a directory)", {}},
+        {"not main", chunk(0x3D3D, ""), false, "3ds.not-main", "it starts with chunk 0x3D3D", {}},
+        {"tiny", "MM", false, "3ds.not-main", "shorter than a chunk header", {}},
+        {"cut vertex list", chunk(0x4D4D, chunk(0x3D3D, chunk(0x4000, std::string("a\0", 2) + chunk(0x4100, chunk(0x4110, vertices))))),
+         false, "3ds.cut", "file (38 bytes) ends inside a chunk: a read at byte 34 runs past its end", {}},
+        {"percentage as colour", chunk(0x4D4D, material), false, "3ds.colour", "chunk 0x0030 at byte 24", {}},
+        {"colour as percentage", chunk(0x4D4D, shininess), false, "3ds.percentage", "chunk 0x0010 at byte 24", {}},
+    });
+}
+
+TEST(Report, Obj) {
+    KelpTest::TempDir dir;
+    KelpTest::writeFile(dir.file("t.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd tex.gif\n");
+    KelpTest::writeFile(dir.file("u.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd gone.png\n");
+    KelpTest::writeFile(dir.file("w.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd folder.png\n");
+    std::filesystem::create_directory(dir.file("folder.png"));
+    std::filesystem::create_directory(dir.file("folder.mtl"));
+    struct ObjCase {
+        const char* label;
+        std::string text;
+        std::vector<std::string> notes;
+        std::string firstText;
+    };
+    const std::vector<ObjCase> cases = {
+        {"plain", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", {}, ""},
+        {"missing library", "mtllib none.mtl\nv 0 0 0", {"obj.mtllib-missing"}, "\"none.mtl\" not found"},
+        {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-extension"}, "\"tex.gif\" not loaded"},
+        {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-unreadable"}, "\"gone.png\""},
+        {"library is a directory", "mtllib folder.mtl\nv 0 0 0", {"obj.mtllib-not-regular"}, "\"folder.mtl\" is not a regular file"},
+        {"texture is a directory", "mtllib w.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-not-regular"}, "\"folder.png\" not loaded: not a regular"},
+        {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", {"obj.extra-normals"}, "2 \"vn\" lines for 1 vertices"},
+        {"repeated vertex", "v 0 0 0\n", {"obj.repeated-statement"}, "after a \"v\" statement"},
+        {"last face", "v 0 0 0\nf 1 1 1\n", {}, ""},
+    };
+    for (const ObjCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        const std::string path = dir.file("m.obj");
+        KelpTest::writeFile(path, c.text);
+        KelpCore::KelpTriMesh mesh;
+        EXPECT_TRUE(KelpGraphic::KelpReadObj(path.c_str(), &mesh));
+        const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+        EXPECT_EQ(report.result, 1);
+        EXPECT_EQ(noteNames(report), c.notes);
+        if (report.noteCount) {
+            EXPECT_NE(std::string(report.notes[0].text).find(c.firstText), std::string::npos) << report.notes[0].text;
+        }
+    }
+    KelpCore::KelpTriMesh mesh;
+    EXPECT_FALSE(KelpGraphic::KelpReadObj(dir.file("none.obj").c_str(), &mesh));
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reasonName, "obj.open");
+}
+
+TEST(Report, WritersAndLifecycle) {
+    KelpTest::TempDir dir;
+    KelpCore::KelpTriMesh mesh;
+    KelpCore::KelpPointSet cloud;
+    const std::string nowhere = dir.file("no/such/dir/out");
+    EXPECT_FALSE(KelpGraphic::KelpWriteStl((nowhere + ".stl").c_str(), &mesh));
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reasonName, "stl.write.open");
+    EXPECT_FALSE(KelpGraphic::KelpWriteAsc((nowhere + ".asc").c_str(), &cloud));
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reasonName, "asc.write.open");
+    {
+        KelpTest::LocaleGuard guard;
+        EXPECT_FALSE(KelpGraphic::KelpWriteObj((nowhere + ".obj").c_str(), &mesh));
+    }
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reasonName, "obj.write.open");
+    // A successful call replaces the last failure's report completely.
+    EXPECT_TRUE(KelpGraphic::KelpWriteAsc(dir.file("a.asc").c_str(), &cloud));
+    const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+    EXPECT_EQ(report.result, 1);
+    EXPECT_EQ(report.reasonCode, 0);
+    EXPECT_STREQ(report.reason, "");
+    EXPECT_EQ(report.noteCount, 0u);
+    EXPECT_FALSE(KelpGraphic::KelpReadAsc(nullptr, &cloud));
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->path, "");
+    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reason, "ASC: cannot open the file (no path)");
+}
+
+// Every code has one name, a message, and a row in the documentation, and
+// every row there a code.
+TEST(Report, CodeTableMatchesTheDocumentation) {
+    const std::string doc = KelpTest::readFile(KELP_REPORT_DOC);
+    std::size_t count = 0;
+    const KelpRecord::CodeInfo* table = KelpRecord::codeTable(count);
+    std::set<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = table[i].name;
+        EXPECT_TRUE(names.insert(name).second) << name;
+        EXPECT_NE(*table[i].message, '\0') << name;
+        const std::string row = "| " + std::to_string(static_cast<int>(table[i].code)) + " | `" + name + "` | " +
+                                (KelpRecord::isReason(table[i].code) ? "reason" : "note") + " |";
+        EXPECT_NE(doc.find(row), std::string::npos) << row;
+    }
+    // ... and the documentation has no row of a code the table dropped.
+    std::size_t rows = 0;
+    for (std::size_t at = doc.find("\n| "); at != std::string::npos; at = doc.find("\n| ", at + 1))
+        rows += std::isdigit(static_cast<unsigned char>(doc[at + 3])) ? 1 : 0;
+    EXPECT_EQ(rows, count);
+}
+
+}  // namespace
