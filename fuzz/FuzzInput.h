@@ -12,6 +12,8 @@ namespace KelpFuzz {
 const std::string& privateDir();
 
 // Writes the bytes to `name` inside the private directory; returns the path.
+// Also picks the read window the text readers use for these bytes (a few
+// bytes for half the inputs, the default for the rest).
 std::string writeInput(const std::string& name, const std::uint8_t* data, std::size_t size);
 
 }  // namespace KelpFuzz

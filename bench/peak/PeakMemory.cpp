@@ -3,8 +3,12 @@
 // and the bytes of the resulting arrays (the least any reader must hold).
 // Readers: kelp-asc, kelp-dxf, kelp-3ds, kelp-obj, kelp-ply, kelp-wrl,
 // kelp-stl, assimp, assimp-join (with aiProcess_JoinIdenticalVertices, as
-// assimp welds STL), tinyobjloader.
+// assimp welds STL), tinyobjloader, and the peers of ../shared/peers where they
+// were compiled in: fast_obj, rapidobj, miniply (a peer that was not prints
+// nothing and exits 0, so the report simply has no row for it).
 #include <KelpFileIO.h>
+
+#include "support/PeerReaders.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
@@ -109,6 +113,15 @@ Outcome readTinyObj(const char* path) {
     return outcome;
 }
 
+Outcome fromPeer(const KelpBench::PeerResult& result) {
+    Outcome outcome;
+    outcome.ok = result.ok;
+    outcome.containerBytes = result.arrayBytes;
+    outcome.vertices = result.vertices;
+    outcome.triangles = result.triangles;
+    return outcome;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -130,6 +143,15 @@ int main(int argc, char** argv) {
     else if (reader == "assimp") outcome = readAssimp(path, 0);
     else if (reader == "assimp-join") outcome = readAssimp(path, aiProcess_JoinIdenticalVertices);
     else if (reader == "tinyobjloader") outcome = readTinyObj(path);
+    else if (reader == "fast_obj" || reader == "rapidobj" || reader == "miniply") {
+        if (!KelpBench::peersAvailable()) {
+            std::fprintf(stderr, "kelp_peak: %s skipped, peer sources absent (../shared/peers)\n", reader.c_str());
+            return 0;
+        }
+        outcome = fromPeer(reader == "fast_obj"   ? KelpBench::readFastObj(path)
+                           : reader == "rapidobj" ? KelpBench::readRapidObj(path)
+                                                  : KelpBench::readMiniply(path));
+    }
     else {
         std::fprintf(stderr, "kelp_peak: unknown reader %s\n", reader.c_str());
         return 2;

@@ -6,6 +6,7 @@
 #include <KelpFileIO.h>
 
 #include "support/BenchFiles.h"
+#include "support/PeerReaders.h"
 
 #ifdef KELP_BENCH_HAVE_ASSIMP
 #include <assimp/Importer.hpp>
@@ -133,6 +134,22 @@ void BM_PlyBinaryAssimp(benchmark::State& state) { readWithAssimp(state, binaryF
 void BM_PlyAsciiAssimp(benchmark::State& state) { readWithAssimp(state, asciiFile()); }
 #endif
 
+// miniply from ../shared/peers; skipped (and so reported) where the peer
+// sources were absent at configure time.
+void readWithMiniply(benchmark::State& state, const std::string& path) {
+    if (!KelpBench::peersAvailable()) {
+        state.SkipWithError("peer sources absent (../shared/peers), skipped");
+        return;
+    }
+    for (auto _ : state) {
+        const KelpBench::PeerResult result = KelpBench::readMiniply(path);
+        if (!result.ok || result.triangles == 0) state.SkipWithError("miniply failed");
+    }
+    KelpBench::setFileThroughput(state, path);
+}
+void BM_PlyBinaryMiniply(benchmark::State& state) { readWithMiniply(state, binaryFile()); }
+void BM_PlyAsciiMiniply(benchmark::State& state) { readWithMiniply(state, asciiFile()); }
+
 void BM_PlyBinaryKelp(benchmark::State& state) { readWithKelp(state, binaryFile()); }
 void BM_PlyBinaryFloorReadBytes(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(KelpBench::readAllBytes(binaryFile()));
@@ -151,7 +168,9 @@ BENCHMARK(BM_PlyBinaryFloorReadBytes)->Unit(benchmark::kMillisecond)->Iterations
 #ifdef KELP_BENCH_HAVE_ASSIMP
 BENCHMARK(BM_PlyBinaryAssimp)->Unit(benchmark::kMillisecond)->Iterations(3);
 #endif
+BENCHMARK(BM_PlyBinaryMiniply)->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_PlyAsciiKelp)->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_PlyAsciiMiniply)->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_PlyAsciiFloorReadBytes)->Unit(benchmark::kMillisecond)->Iterations(10);
 #ifdef KELP_BENCH_HAVE_ASSIMP
 BENCHMARK(BM_PlyAsciiAssimp)->Unit(benchmark::kMillisecond)->Iterations(5);

@@ -1,5 +1,7 @@
 #include "obj/ObjFace.h"
 
+#include "scan/ScanNumber.h"
+
 #include <cstring>
 
 namespace KelpObj {
@@ -22,8 +24,8 @@ void recordComponent(std::size_t component, std::int32_t number, std::uint32_t v
     // Normal indices (component 2 and beyond) are read but not kept.
 }
 
-void parseCorner(const char* word, const char* wordEnd, std::uint32_t vertexCount, std::int32_t& lastIndex,
-                 ObjFaceCorners& corners) {
+void parseCorner(const KelpScan::ScanLocale& locale, const char* word, const char* wordEnd,
+                 std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
     const char* componentStart = word;
     for (std::size_t component = 0;; ++component) {
         const void* slashAt = std::memchr(componentStart, '/', static_cast<std::size_t>(wordEnd - componentStart));
@@ -32,17 +34,73 @@ void parseCorner(const char* word, const char* wordEnd, std::uint32_t vertexCoun
         if (isLast || componentEnd != componentStart) {
             // "%d" reads from the component's start; it stops at the '/'.
             std::int32_t number;
-            if (scanDecimalInt(componentStart, componentEnd, number)) lastIndex = number;
+            if (KelpScan::scanIntText(componentStart, componentEnd, locale.space, number)) lastIndex = number;
             recordComponent(component, lastIndex, vertexCount, corners);
         }
         if (isLast) break;
         componentStart = componentEnd + 1;
     }
 }
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// The usual shape in one forward pass: one blank before each corner, corners
+// of short unsigned or negative numbers and '/'. Anything else (doubled
+// blanks, zero bytes, signs without digits, long numbers, other characters)
+// is left to the general walk: false, with nothing changed.
+bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
+                        std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
+    const char* p = line;
+    const char* const end = line + length;
+    std::int32_t last = lastIndex;
+    corners.vertices.clear();
+    corners.texCoords.clear();
+    for (;;) {
+        // One blank, then either a corner or only blanks to the end of the line.
+        if (p == end) break;
+        if (!locale.isSpace(static_cast<unsigned char>(*p))) return false;
+        ++p;
+        if (p == end) break;
+        if (locale.isSpace(static_cast<unsigned char>(*p))) {
+            while (p != end && locale.isSpace(static_cast<unsigned char>(*p))) ++p;
+            if (p == end) break;
+            return false;
+        }
+        for (std::size_t component = 0;; ++component) {
+            const bool negative = p != end && *p == '-';
+            if (negative) ++p;
+            const char* const digits = p;
+            std::uint32_t number = 0;  // wraps harmlessly past 9 digits, which go to the general walk
+            while (p != end && isDigit(*p)) number = number * 10 + static_cast<std::uint32_t>(*p++ - '0');
+            if (p - digits > 9) return false;
+            // Only '/', a blank or the end may follow the digits here.
+            if (p != end && *p != '/' && !locale.isSpace(static_cast<unsigned char>(*p))) return false;
+            const bool slash = p != end && *p == '/';
+            if (p == digits) {
+                // An empty component before a '/' records nothing; a sign
+                // without digits is left to the general walk.
+                if (negative) return false;
+            } else {
+                last = negative ? -static_cast<std::int32_t>(number) : static_cast<std::int32_t>(number);
+            }
+            if (p != digits || !slash) {
+                if (component == 0)
+                    corners.vertices.push_back(toStoredIndex(last, vertexCount));
+                else if (component == 1)
+                    corners.texCoords.push_back(toStoredIndex(last, vertexCount));
+            }
+            if (!slash) break;
+            ++p;
+        }
+    }
+    lastIndex = last;
+    return true;
+}
 }  // namespace
 
-void parseFaceLine(const ObjStream& stream, const char* line, std::size_t length, std::uint32_t vertexCount,
-                   std::int32_t& lastIndex, ObjFaceCorners& corners) {
+void parseFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
+                   std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
+    if (parsePlainFaceLine(locale, line, length, vertexCount, lastIndex, corners)) return;
     corners.vertices.clear();
     corners.texCoords.clear();
     std::size_t offset = 0;
@@ -52,17 +110,17 @@ void parseFaceLine(const ObjStream& stream, const char* line, std::size_t length
     while (offset < length) {
         // sscanf(line + offset, "%s", corner): a C string, so a zero byte ends it.
         std::size_t p = offset;
-        while (p < length && line[p] != '\0' && stream.isSpace(static_cast<unsigned char>(line[p]))) ++p;
+        while (p < length && line[p] != '\0' && locale.isSpace(static_cast<unsigned char>(line[p]))) ++p;
         if (p == length || line[p] == '\0') break;
         const std::size_t wordStart = p;
-        while (p < length && line[p] != '\0' && !stream.isSpace(static_cast<unsigned char>(line[p]))) ++p;
+        while (p < length && line[p] != '\0' && !locale.isSpace(static_cast<unsigned char>(line[p]))) ++p;
         // While the advance stays within the blanks before this word, the next
         // scan finds the same word again; take those turns here instead of
         // rescanning the blanks each time (a long run of blanks would
         // otherwise cost its length squared).
         const std::size_t wordLength = p - wordStart;
         do {
-            parseCorner(line + wordStart, line + p, vertexCount, lastIndex, corners);
+            parseCorner(locale, line + wordStart, line + p, vertexCount, lastIndex, corners);
             offset += wordLength + 1;
         } while (offset <= wordStart);
     }

@@ -2,7 +2,7 @@
 // sscanf walks a fixed line buffer.
 #pragma once
 
-#include "obj/ObjStream.h"
+#include "scan/ScanLocale.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,8 +23,9 @@ struct ObjFaceCorners {
 // twice. `lastIndex` is the value of the last "%d" that converted; it is
 // carried across components, corners and faces and recorded wherever a
 // number cannot be read. Negative numbers count back from `vertexCount`, for
-// texture indices too. `corners` is emptied first.
-void parseFaceLine(const ObjStream& stream, const char* line, std::size_t length, std::uint32_t vertexCount,
-                   std::int32_t& lastIndex, ObjFaceCorners& corners);
+// texture indices too. `corners` is emptied first. White space is the
+// locale's, as sscanf sees it.
+void parseFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
+                   std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners);
 
 }  // namespace KelpObj

@@ -1,4 +1,4 @@
-// OBJ reading. The file is read in one block and scanned by ObjStream, which
+// OBJ reading. The file is streamed through the scanning core, which
 // reproduces the classic loop
 //
 //     while (!feof(file)) {
@@ -15,12 +15,11 @@
 #include <KelpImageLoad.h>
 
 #include "frame/ReaderLocale.h"
-#include "io/FileBytes.h"
 #include "io/FileHandle.h"
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
-#include "obj/ObjStream.h"
 #include "report/Recorder.h"
+#include "scan/ScanCursor.h"
 
 #include <cstring>
 #include <string>
@@ -30,10 +29,19 @@ namespace KelpGraphic {
 
 namespace {
 constexpr std::size_t kLineField = 2048;
+// The statement word field. Longer words match no statement, so only this
+// much of a word is kept (a 1 GB word costs no more than a short one).
+constexpr std::size_t kWordField = 64;
+// A material library name longer than this cannot name a file (the system
+// refuses paths of 4096 bytes or more), so the rest of it is not kept.
+constexpr std::size_t kLibraryNameLimit = 8192;
 
 enum class Statement { MaterialLibrary, Vertex, TexCoord, Normal, Face, Other };
 
+// The word as the C string the field holds: it ends at a zero byte.
 Statement classify(const char* word, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i)
+        if (word[i] == '\0') length = i;
     switch (length) {
         case 1:
             if (word[0] == 'v') return Statement::Vertex;
@@ -55,9 +63,12 @@ Statement classify(const char* word, std::size_t length) {
 // A statement read that finds no word (white space at the end of the file)
 // runs the last statement again: a position, texture coordinate or normal
 // is added once more with the values read before.
-void noteRepeatedStatement(Statement statement, const char* word, std::size_t length) {
-    if (statement == Statement::Vertex || statement == Statement::TexCoord || statement == Statement::Normal)
-        KelpRecord::note(KelpRecord::Code::ObjRepeatedStatement, std::string_view(word, length));
+void noteRepeatedStatement(Statement statement) {
+    const char* word = statement == Statement::Vertex     ? "v"
+                       : statement == Statement::TexCoord ? "vt"
+                       : statement == Statement::Normal   ? "vn"
+                                                          : nullptr;
+    if (word) KelpRecord::note(KelpRecord::Code::ObjRepeatedStatement, word);
 }
 
 // The texture coordinates, normals and face texture triples gathered during
@@ -81,10 +92,17 @@ void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh,
             pending.faceTexCoords.push_back({t[0], t[i], t[i + 1]});
 }
 
-void moveNormals(const std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
+void moveNormals(std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
     if (normals.empty()) return;
     if (normals.size() > mesh.vertexCount) KelpRecord::note(KelpRecord::Code::ObjExtraNormals, {}, normals.size(), mesh.vertexCount);
     mesh.vertexAttributes |= KelpCore::KelpAttributeNormals;
+    if (mesh.vertexNormals.empty()) {
+        // Nothing of the mesh's own to keep: the list becomes the array, with
+        // no second copy of it (new elements are zero either way).
+        normals.resize(mesh.vertexCount);
+        mesh.vertexNormals = std::move(normals);
+        return;
+    }
     mesh.vertexNormals.resize(mesh.vertexCount);
     // The i-th "vn" belongs to the i-th vertex; normals beyond the vertices are dropped.
     const std::size_t count = normals.size() < mesh.vertexNormals.size() ? normals.size() : mesh.vertexNormals.size();
@@ -119,15 +137,12 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
         KelpFrame::switchToCLocale();
         return false;
     }
-    std::string bytes;
-    KelpIo::readRemaining(file.get(), bytes);
     const std::string objPath(path);
 
-    KelpObj::ObjStream stream(bytes.data(), bytes.data() + bytes.size());
-    // The statement word starts empty and keeps its last value when a read
-    // finds nothing; as a C string it ends at its first zero byte.
-    const char* word = "";
-    std::size_t wordLength = 0;
+    KelpScan::ScanSource source(file.get());
+    // White space and the decimal point as fscanf sees them under the locale
+    // switched to above.
+    KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     float uv[2] = {0.0f, 0.0f};
     std::int32_t lastIndex = 0;
@@ -136,27 +151,22 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
     std::vector<KelpObj::ObjMaterial> materials;
     KelpCore::KelpImageData<unsigned char> image;
     const char* line;
-    const char* lineEnd;
+    std::size_t lineLength;
 
-    while (!stream.eof()) {
-        const char* wordBegin;
-        const char* wordEnd;
-        if (stream.readWord(wordBegin, wordEnd)) {
-            word = wordBegin;
-            const void* zero = std::memchr(wordBegin, '\0', static_cast<std::size_t>(wordEnd - wordBegin));
-            wordLength = static_cast<std::size_t>((zero ? static_cast<const char*>(zero) : wordEnd) - wordBegin);
-        } else {
-            noteRepeatedStatement(classify(word, wordLength), word, wordLength);
-        }
-        switch (classify(word, wordLength)) {
+    // The statement word starts empty and keeps its last value when a read
+    // finds nothing, so the statement it names runs again.
+    Statement statement = Statement::Other;
+    while (!in.eof()) {
+        const char* word;
+        std::size_t wordLength;
+        if (in.readWord(word, wordLength, kWordField))
+            statement = classify(word, wordLength);
+        else
+            noteRepeatedStatement(statement);
+        switch (statement) {
             case Statement::MaterialLibrary: {
                 std::string name;
-                const char* nameBegin;
-                const char* nameEnd;
-                if (stream.readWord(nameBegin, nameEnd)) {
-                    name.assign(nameBegin, nameEnd);
-                    name.resize(std::strlen(name.c_str()));
-                }
+                if (in.readWord(name, kLibraryNameLimit)) name.resize(std::strlen(name.c_str()));
                 try {
                     KelpObj::loadMaterialLibrary(objPath, name, materials, image);
                 } catch (const std::exception&) {
@@ -165,28 +175,25 @@ bool KelpReadObj(const char* path, KelpCore::KelpTriMesh* mesh) {
                 break;
             }
             case Statement::Vertex:
-                for (float& c : xyz) stream.readFloat(c);
+                for (float& c : xyz) in.readFloat(c);
                 mesh->addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
-                for (float& c : uv) stream.readFloat(c);
+                for (float& c : uv) in.readFloat(c);
                 if (uv[1] < 0.0f) uv[1] += 1.0f;
                 pending.texCoords.push_back({uv[0], uv[1]});
                 break;
             case Statement::Normal:
-                for (float& c : xyz) stream.readFloat(c);
+                for (float& c : xyz) in.readFloat(c);
                 pending.normals.push_back({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::Face:
-                if (stream.readLine(kLineField, line, lineEnd))
-                    KelpObj::parseFaceLine(stream, line, static_cast<std::size_t>(lineEnd - line), mesh->vertexCount,
-                                           lastIndex, corners);
-                else
-                    KelpObj::parseFaceLine(stream, "", 0, mesh->vertexCount, lastIndex, corners);
+                if (!in.readLine(kLineField, line, lineLength)) line = "", lineLength = 0;
+                KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh->vertexCount, lastIndex, corners);
                 addFan(corners, *mesh, pending);
                 break;
             case Statement::Other:
-                stream.readLine(kLineField, line, lineEnd);
+                in.readLine(kLineField, line, lineLength);
                 break;
         }
     }

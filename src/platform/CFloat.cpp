@@ -43,7 +43,17 @@ float strtofC(const char* text, char** end) {
     if (narrowed == 0.0f && wide != 0.0) errno = ERANGE;
     return narrowed;
 }
+
+double strtodC(const char* text, char** end) {
+    static const _locale_t locale = _create_locale(LC_ALL, "C");
+    return _strtod_l(text, end, locale);
+}
 #else
+double strtodC(const char* text, char** end) {
+    static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+    return strtod_l(text, end, locale);
+}
+
 float strtofC(const char* text, char** end) {
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
     return strtof_l(text, end, locale);

@@ -9,4 +9,7 @@ namespace KelpPlatform {
 // `text` when nothing converts.
 float strtofC(const char* text, char** end);
 
+// strtod in the "C" locale, likewise.
+double strtodC(const char* text, char** end);
+
 }  // namespace KelpPlatform

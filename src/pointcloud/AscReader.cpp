@@ -1,23 +1,20 @@
-// ASC reading. The file is read in one block and scanned in memory with the
-// exact results of the classic loop
+// ASC reading, streamed through the scanning core with the exact results of
+// the classic loop
 //
 //     while (!in.eof()) { getline(in, line); istringstream(line) >> x >> y >> z;
 //                         cloud->addVertex({x, y, z}); if (in.fail()) break; }
 //
 // including its stale coordinates on unreadable lines and the extra copy of
-// the last point when the file ends with a line feed.
+// the last point when the file ends with a line feed. No line is held: the
+// three numbers are extracted where they stand and the rest of the line is
+// passed over.
 #include <KelpFileIO.h>
 
 #include "frame/ReaderLocale.h"
 #include "io/FileHandle.h"
-#include "io/FileBytes.h"
-#include "report/Recorder.h"
 #include "pointcloud/PointCloudReport.h"
-#include "pointcloud/StreamFloat.h"
-
-#include <cstdio>
-#include <cstring>
-#include <string>
+#include "report/Recorder.h"
+#include "scan/ScanCursor.h"
 
 namespace KelpGraphic {
 
@@ -29,37 +26,24 @@ bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
     KelpFrame::switchToCLocale();
     if (!file) return KelpRecord::failOpen(KelpRecord::Code::AscOpen);
 
-    std::string bytes;
-    KelpIo::readRemaining(file.get(), bytes);
-    file.reset();
-    KelpPointCloud::noteAscEnding(bytes);
-
-    const char* cursor = bytes.data();
-    const char* const end = cursor + bytes.size();
+    KelpScan::ScanSource source(file.get());
+    KelpScan::ScanCursor in(source, KelpScan::ScanLocale::classic());
     // Declared once and never reset: an unreadable coordinate keeps the value
     // of the line before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
-    bool atEnd = false;
-    while (!atEnd) {
-        const char* lineEnd;
-        bool lineFailed = false;
-        if (cursor == end) {
-            // getline extracts nothing: eof and fail, with an empty line.
-            lineEnd = end;
-            lineFailed = true;
-            atEnd = true;
-        } else {
-            const void* feed = std::memchr(cursor, '\n', static_cast<std::size_t>(end - cursor));
-            lineEnd = feed ? static_cast<const char*>(feed) : end;
-            atEnd = feed == nullptr;
-        }
-        const char* field = cursor;
-        for (float& coordinate : xyz) {
-            if (!KelpPointCloud::extractStreamFloat(&field, lineEnd, coordinate)) break;
-        }
+    for (;;) {
+        // getline at the end of the input extracts nothing: eof and fail,
+        // with an empty line whose point is still added.
+        const bool lineFailed = !source.ensure(1);
+        for (float& coordinate : xyz)
+            if (lineFailed || !in.extractFloat(coordinate)) break;
         cloud->addVertex({xyz[0], xyz[1], xyz[2]});
-        if (lineFailed) break;
-        cursor = lineEnd == end ? end : lineEnd + 1;
+        if (lineFailed) {
+            KelpPointCloud::noteAscEnding(source.offset() == 0);
+            break;
+        }
+        // A last line without a line feed ends the loop after its point.
+        if (!in.skipLine()) break;
     }
     return true;
 }

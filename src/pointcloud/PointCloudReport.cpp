@@ -6,12 +6,7 @@ namespace KelpPointCloud {
 
 using KelpRecord::Code;
 
-void noteAscEnding(const std::string& bytes) {
-    if (bytes.empty())
-        KelpRecord::note(Code::AscEmpty);
-    else if (bytes.back() == '\n')
-        KelpRecord::note(Code::AscRepeatedLast);
-}
+void noteAscEnding(bool emptyFile) { KelpRecord::note(emptyFile ? Code::AscEmpty : Code::AscRepeatedLast); }
 
 bool failDxfHeader(bool read, std::string_view word, const char* expected, std::size_t offset) {
     std::string text = "expected \"";

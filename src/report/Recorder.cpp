@@ -93,8 +93,4 @@ void note(Code code, std::string_view text, std::uint64_t a, std::uint64_t b, st
 
 void noteOpen(Code code) { note(code, errnoText()); }
 
-std::uint64_t lineOf(const char* begin, const char* at) {
-    return 1 + static_cast<std::uint64_t>(std::count(begin, at, '\n'));
-}
-
 }  // namespace KelpRecord

@@ -43,7 +43,4 @@ void note(Code code, std::string_view text = {}, std::uint64_t a = 0, std::uint6
 // note() with the text of errno.
 void noteOpen(Code code);
 
-// One-based line number of `at` in the text starting at `begin`.
-std::uint64_t lineOf(const char* begin, const char* at);
-
 }  // namespace KelpRecord

@@ -1,27 +1,44 @@
 // ASCII STL into a triangle soup. Only the number of words is checked, never
 // their spelling: a first line skipped, then per facet two words and the
 // normal, two words, three corner lines of a word and three numbers, two words.
-// The file is read in one block and scanned in memory with the results of the
+// The file is streamed through the scanning core with the results of the
 // fscanf calls that define the grammar, end-of-file indicator included.
 #include "frame/ReaderLocale.h"
-#include "io/FileBytes.h"
 #include "io/FileHandle.h"
 #include "report/Recorder.h"
+#include "scan/ScanCursor.h"
 #include "stl/StlReaders.h"
-#include "stl/StlScan.h"
+
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <clocale>
-#include <string>
 #include <vector>
 
 namespace KelpStl {
 
 namespace {
-char localeDecimalPoint() {
-    const std::lconv* conventions = std::localeconv();
-    const char* point = conventions ? conventions->decimal_point : nullptr;
-    return point && point[0] && !point[1] ? point[0] : '.';
+// "%*s" `words` times with white space between, then "%f %f %f\n". True only
+// when all three numbers were converted; a failed conversion ends the format
+// there, before its white-space directives.
+bool wordsThenTriple(KelpScan::ScanCursor& in, int words, float (&values)[3]) {
+    for (int w = 0; w < words; ++w) {
+        if (!in.skipWord()) return false;
+        in.skipSpace();
+    }
+    for (float& v : values) {
+        if (!in.readFloat(v)) return false;
+        in.skipSpace();
+    }
+    return true;
+}
+
+// A facet takes at least 20 words; reserving for what a regular file could
+// hold at typical line lengths saves most regrowth (untouched reserve costs
+// address space, not memory).
+std::size_t expectedFacets(std::FILE* file) {
+    struct stat info {};
+    if (fstat(fileno(file), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) return 0;
+    return static_cast<std::size_t>(info.st_size) / 256;
 }
 }  // namespace
 
@@ -30,21 +47,19 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
     KelpIo::FileHandle file = KelpIo::openFile(path, "r");
     if (!file) return KelpRecord::failOpen(KelpRecord::Code::StlOpen);  // the locale stays switched on this path
 
-    std::string bytes;
-    KelpIo::readRemaining(file.get(), bytes);
-    ScanCursor in(bytes.data(), bytes.data() + bytes.size(), localeDecimalPoint());
+    // The decimal point and white space of the locale switched to above.
+    KelpScan::ScanSource source(file.get());
+    KelpScan::ScanCursor in(source, KelpScan::ScanLocale::current());
 
     std::vector<KelpCore::Vec3f> vertices;
     std::vector<KelpCore::Vec3u> faces;
-    // A facet takes at least 20 words; reserving for what the file could hold
-    // at typical line lengths saves most regrowth.
-    faces.reserve(bytes.size() / 256);
+    faces.reserve(expectedFacets(file.get()));
     vertices.reserve(faces.capacity() * 3);
 
     in.skipLine();  // the "solid" line, not checked
-    while (!in.atEnd()) {
+    while (!in.eof()) {
         float normal[3];
-        if (in.wordsThenTriple(2, normal)) {
+        if (wordsThenTriple(in, 2, normal)) {
             in.skipWord();
             in.skipSpace();
             in.skipWord();
@@ -53,12 +68,15 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
                 // A facet whose normal parsed must have three full corners;
                 // otherwise the read fails and the mesh keeps what it held. The
                 // locale stays switched on this path.
-                if (!in.wordsThenTriple(1, corner)) return failCorner(bytes.data(), in.position(), &corner - corners, faces.size());
+                if (!wordsThenTriple(in, 1, corner)) return failCorner(source.offset(), &corner - corners, faces.size());
             }
             in.skipWord();
             in.skipWord();
             // A file that ends right after the last word of a facet loses that facet.
-            if (in.atEnd()) { noteLastFacetDropped(); break; }
+            if (in.eof()) {
+                noteLastFacetDropped();
+                break;
+            }
             // 32-bit counts bound the soup; a file beyond that (hundreds of
             // gigabytes) ends there.
             if (vertices.size() > 0xFFFFFFFFu - 3) break;

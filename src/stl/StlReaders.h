@@ -41,7 +41,7 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 // ASCII file ending right after its last facet's last word.
 void noteHeaderCount(std::uint32_t count);
 void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes);
-bool failCorner(const char* text, const char* at, std::ptrdiff_t corner, std::size_t facetsBefore);
+bool failCorner(std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore);
 void noteLastFacetDropped();
 
 // Number of triangles the binary read loop visits for a header count: the loop

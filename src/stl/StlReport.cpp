@@ -20,9 +20,8 @@ void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t ext
                      extraBytes, announced - whole);
 }
 
-bool failCorner(const char* text, const char* at, std::ptrdiff_t corner, std::size_t facetsBefore) {
-    return KelpRecord::fail(Code::StlAsciiCorner, {}, KelpRecord::lineOf(text, at), static_cast<std::uint64_t>(corner) + 1,
-                            facetsBefore + 1);
+bool failCorner(std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore) {
+    return KelpRecord::fail(Code::StlAsciiCorner, {}, offset, static_cast<std::uint64_t>(corner) + 1, facetsBefore + 1);
 }
 
 void noteLastFacetDropped() { KelpRecord::note(Code::StlAsciiLastFacet); }

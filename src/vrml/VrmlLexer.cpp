@@ -3,6 +3,9 @@
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 
+#include "scan/ScanLocale.h"
+#include "scan/ScanNumber.h"
+
 #include <charconv>
 #include <cstdarg>
 #include <cstdlib>
@@ -29,58 +32,6 @@ float floatFromBits(std::uint32_t bits) {
     static_assert(sizeof value == sizeof bits);
     std::memcpy(&value, &bits, sizeof value);
     return value;
-}
-
-constexpr float kPowersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
-
-// "%f" on a text made of '-', '.' and digits: an optional '-', digits with at
-// most one point, and whatever follows ignored. Short numbers are converted
-// exactly in float arithmetic (both operands exact, one correctly rounded
-// operation); the rest go through from_chars, and what from_chars refuses to
-// round (overflow, underflow) through sscanf itself.
-bool convertDecimal(const char* text, float& value) {
-    const char* p = text;
-    const bool negative = *p == '-';
-    if (negative) ++p;
-    std::uint64_t mantissa = 0;
-    int fractionDigits = 0;
-    bool digits = false;
-    bool exact = true;
-    for (; isDigit(*p); ++p) {
-        digits = true;
-        if (mantissa < (std::uint64_t{1} << 59))
-            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-        else
-            exact = false;
-    }
-    if (*p == '.') {
-        for (++p; isDigit(*p); ++p) {
-            digits = true;
-            ++fractionDigits;
-            if (mantissa < (std::uint64_t{1} << 59))
-                mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-            else
-                exact = false;
-        }
-    }
-    if (!digits) return false;
-    float magnitude;
-    if (exact && fractionDigits == 0) {
-        magnitude = static_cast<float>(mantissa);
-    } else if (exact && mantissa <= (1u << 24) && fractionDigits <= 10) {
-        magnitude = static_cast<float>(mantissa) / kPowersOfTen[fractionDigits];
-    } else {
-        const char* const end = text + std::strlen(text);
-        float parsed = 0.0f;
-        const auto result = std::from_chars(text, end, parsed, std::chars_format::fixed);
-        if (result.ec == std::errc()) {
-            value = parsed;
-            return true;
-        }
-        return std::sscanf(text, "%f", &value) == 1;
-    }
-    value = negative ? -magnitude : magnitude;
-    return true;
 }
 
 // "%o": octal digits from the start; the integer's bits become the float.
@@ -251,11 +202,16 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
     switch (format) {
     case Format::Octal: converted = convertOctal(text, token.value); break;
     case Format::Hex: converted = convertHex(text, token.value); break;
-    default:
-        // A decimal text with an 'x' in it ("0x.8") is a hexadecimal float
-        // to "%f"; only the C library reads those.
-        converted = sawX ? std::sscanf(text, "%f", &token.value) == 1 : convertDecimal(text, token.value);
+    default: {
+        // "%f": a plain number (whatever follows it ignored) in one pass; the
+        // rest, such as a decimal text with an 'x' in it ("0x.8", a
+        // hexadecimal float), through the general scan.
+        const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+        const unsigned char* stop;
+        converted = (!sawX && KelpScan::convertPlainNumber(begin, begin + length, token.value, stop)) ||
+                    KelpScan::scanFloatText(text, text + length, KelpScan::ScanLocale::current(), token.value);
         break;
+    }
     }
     if (!converted) {
         setError("Number format error");

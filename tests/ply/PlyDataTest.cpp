@@ -1,7 +1,6 @@
 #include "ply/PlyFile.h"
 
 #include "PlyTestFiles.h"
-#include "support/CReference.h"
 
 #include <gtest/gtest.h>
 
@@ -187,45 +186,6 @@ TEST_F(PlyData, AsciiValuesNarrowToTheDeclaredTypeThenConvert) {
         ASSERT_EQ(request("v", plyTypeFromName(type), memory, 0), 0);
         ASSERT_TRUE(readOne());
         EXPECT_EQ(memory == PlyTypeInt ? at<std::int32_t>(0) : at<double>(0), expected);
-    }
-}
-
-// The number reader against the C library's own fscanf.
-TEST(PlyInputNumbers, MatchFscanf) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
-    KelpTest::TempDir dir;
-    const char* numbers[] = {
-        "17", " \n\t-42x", "+8", "4294967301", "-1", "99999999999999999999", "18446744073709551617", "0x1A", "1e5",
-        "1e", "1e+", "+.5", "-.", ".5.5", "1.e3", "0x1p3", "0x", "inf", "-infinity", "infin", "nan(1)", "abc", "",
-        "3.4e39", "1e-50", "-0", "  12.5\n", "+-1", "7.25f", "1.5e400", "1e-40", "-98765432109876543210987654321",
-        "0000000000000000000000000000000000000000000000000000000000000000000000001.5e1"};
-    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    for (const char* number : numbers) {
-        for (const std::string& text : {std::string(number), number + std::string(100, ' ') + "5"}) {
-            SCOPED_TRACE("input '" + text + "'");
-            const std::string path = dir.file("n.txt");
-            KelpTest::writeFile(path, text);
-            std::FILE* file = std::fopen(path.c_str(), "rb");
-            ASSERT_NE(file, nullptr);
-            int i1 = 0, i2 = 0;
-            unsigned u1 = 0, u2 = 0;
-            float f1 = 0, f2 = 0;
-            double d1 = 0, d2 = 0;
-            PlyInput in[4];  // one fresh reader per conversion
-            for (PlyInput& reader : in) ASSERT_TRUE(reader.open(path.c_str()));
-            EXPECT_EQ(std::fscanf(file, "%d", &i1) == 1, in[0].scanInt(i2));
-            std::rewind(file);
-            EXPECT_EQ(std::fscanf(file, "%u", &u1) == 1, in[1].scanUnsigned(u2));
-            std::rewind(file);
-            EXPECT_EQ(std::fscanf(file, "%f", &f1) == 1, in[2].scanFloat(f2));
-            std::rewind(file);
-            EXPECT_EQ(std::fscanf(file, "%lf", &d1) == 1, in[3].scanDouble(d2));
-            std::fclose(file);
-            EXPECT_EQ(i1, i2);
-            EXPECT_EQ(u1, u2);
-            EXPECT_TRUE(same(f1, f2)) << f1 << " " << f2;
-            EXPECT_TRUE(same(d1, d2)) << d1 << " " << d2;
-        }
     }
 }
 

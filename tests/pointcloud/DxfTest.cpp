@@ -1,5 +1,6 @@
 #include <KelpFileIO.h>
 
+#include "support/CReference.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
 
@@ -8,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 #include <random>
+
+#include "scan/ScanSource.h"
 #include <string>
 #include <vector>
 
@@ -94,6 +97,7 @@ bool stdioRead(const std::string& path, Points& points) {
 }
 
 TEST_F(DxfRead, RandomWordsReadAsTheStdioLoop) {
+    KELP_REQUIRE_GLIBC_REFERENCE();
     std::mt19937 random(1234);
     const std::vector<std::string> vocabulary = {"0",   "POINT", "POINT", "10",  "20",  "30",    "8",     "ENDSEC",
                                                  "1.5", "-2e3",  "abc",   "nan0", "1e", "-",     "+-3",   "0x1p3",
@@ -108,7 +112,11 @@ TEST_F(DxfRead, RandomWordsReadAsTheStdioLoop) {
         KelpTest::writeFile(path, text);
         const bool expectedResult = stdioRead(path, expected);
         cloud = KelpPointSet();
-        ASSERT_EQ(read(text), expectedResult) << text;
+        // Every other file through a window of a few bytes: refills inside words and numbers.
+        KelpScan::ScanSource::setChunkForTesting(round % 2 ? 1 + round % 7 : 0);
+        const bool result = read(text);
+        KelpScan::ScanSource::setChunkForTesting(0);
+        ASSERT_EQ(result, expectedResult) << text;
         ASSERT_EQ(cloud.vertices.size(), expected.size()) << text;
         // Bitwise, so that NaN coordinates compare too.
         for (std::size_t i = 0; i < expected.size(); ++i)
