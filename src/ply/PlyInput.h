@@ -49,7 +49,7 @@ public:
     // otherwise the largest value.
     std::uint64_t bytesLeft() const;
     // File offset of the next byte to be consumed.
-    std::uint64_t offset() const { return source_ ? source_->offset() : 0; }
+    std::uint64_t offset() const { return source_->offset(); }
 
     // fscanf(file, "%d"), "%u", "%f" and "%lf".
     bool scanInt(int& value) { return cursor_->readInt(value); }

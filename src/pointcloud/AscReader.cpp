@@ -31,7 +31,7 @@ bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
     // Declared once and never reset: an unreadable coordinate keeps the value
     // of the line before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
-    for (;;) {
+    for (bool firstLine = true;; firstLine = false) {
         // getline at the end of the input extracts nothing: eof and fail,
         // with an empty line whose point is still added.
         const bool lineFailed = !source.ensure(1);
@@ -39,7 +39,7 @@ bool KelpReadAsc(const char* path, KelpCore::KelpPointSet* cloud) {
             if (lineFailed || !in.extractFloat(coordinate)) break;
         cloud->addVertex({xyz[0], xyz[1], xyz[2]});
         if (lineFailed) {
-            KelpPointCloud::noteAscEnding(source.offset() == 0);
+            KelpPointCloud::noteAscEnding(firstLine);
             break;
         }
         // A last line without a line feed ends the loop after its point.

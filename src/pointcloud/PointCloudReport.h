@@ -6,9 +6,9 @@
 
 namespace KelpPointCloud {
 
-// Notes what the end of an ASC file did to the points, once a line could not
-// start: an empty file gives one point (0, 0, 0), a final line feed repeats
-// the last point.
+// Notes what the end of an ASC file did to the points, called when a line
+// finds the file at its end: an empty file gives one point (0, 0, 0), a final
+// line feed repeats the last point.
 void noteAscEnding(bool emptyFile);
 
 // The reason for a DXF header word that is not `expected` or, when not `read`,

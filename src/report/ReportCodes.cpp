@@ -13,7 +13,7 @@ const CodeInfo kTable[] = {
 
     {Code::StlOpen, "stl.open", "STL: cannot open the file ({t})"},
     {Code::StlAsciiCorner, "stl.ascii.corner",
-     "ASCII STL: byte {a}: corner {b} of facet {c} does not parse after its normal did; the mesh is left as it was"},
+     "ASCII STL: line {a}: corner {b} of facet {c} does not parse after its normal did; the mesh is left as it was"},
     {Code::StlWriteOpen, "stl.write.open", "STL: cannot create the file ({t})"},
     {Code::StlBinaryShort, "stl.binary.short",
      "binary STL: the header announces {a} triangles, the file holds {b} and {c} bytes; {d} triangles repeat the last corners read in full"},

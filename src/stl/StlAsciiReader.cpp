@@ -68,7 +68,8 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh) {
                 // A facet whose normal parsed must have three full corners;
                 // otherwise the read fails and the mesh keeps what it held. The
                 // locale stays switched on this path.
-                if (!wordsThenTriple(in, 1, corner)) return failCorner(source.offset(), &corner - corners, faces.size());
+                if (!wordsThenTriple(in, 1, corner))
+                    return failCorner(file.get(), source.offset(), &corner - corners, faces.size());
             }
             in.skipWord();
             in.skipWord();

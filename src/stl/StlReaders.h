@@ -37,11 +37,12 @@ bool readAsciiStl(const char* path, KelpCore::KelpTriMesh* mesh);
 // The readers' entries in the call report (StlReport.cpp): a header count
 // the loop cannot read as it stands, a binary file shorter than its count
 // (`whole` records and `extraBytes` of the next), an ASCII corner that does
-// not parse (`corner` 0 to 2 of the facet after `facetsBefore`; false), an
-// ASCII file ending right after its last facet's last word.
+// not parse (`corner` 0 to 2 of the facet after `facetsBefore`, the scan
+// standing at byte `offset` of `file`; false), an ASCII file ending right
+// after its last facet's last word.
 void noteHeaderCount(std::uint32_t count);
 void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes);
-bool failCorner(std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore);
+bool failCorner(std::FILE* file, std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore);
 void noteLastFacetDropped();
 
 // Number of triangles the binary read loop visits for a header count: the loop

@@ -93,7 +93,7 @@ TEST(Report, Stl) {
         {"last facet", std::string("solid a\n") + kFacet + kFacet.substr(0, kFacet.size() - 1), true, "", "last facet was dropped",
          {"stl.ascii.last-facet"}},
         {"bad corner", std::string("solid a\n") + kFacet + "facet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex x 0 0\n", false,
-         "stl.ascii.corner", "byte 152: corner 2 of facet 2", {"locale.left"}},
+         "stl.ascii.corner", "line 12: corner 2 of facet 2", {"locale.left"}},
     });
     // Counts this large allocate gigabytes; their notes are checked on their own.
     KelpStl::noteHeaderCount(0x80000000u);
