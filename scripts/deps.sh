@@ -11,6 +11,10 @@ KELP_DEBIAN_PACKAGES=(
   python3-dev pybind11-dev python3-numpy python3-pytest python3-distributed python3-meshio
 )
 
+# The Windows build only: the MinGW-w64 cross compiler and Wine to run its
+# tests (about 190 MB), installed by the step that needs them.
+KELP_WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine64 wine)
+
 kelp_missing_packages() {
   local pkg missing=()
   for pkg in "${KELP_DEBIAN_PACKAGES[@]}" "$@"; do
@@ -39,6 +43,10 @@ kelp_install_deps() {
     fi
   fi
   kelp_make_reader_locale
+}
+
+kelp_install_windows_deps() {
+  kelp_install_deps "${KELP_WINDOWS_PACKAGES[@]}"
 }
 
 # The library switches to "Chinese-simplified"; where the locale exists the

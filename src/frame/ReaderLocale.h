@@ -15,4 +15,9 @@ void switchToReaderLocale();
 // decides on which paths it is made.
 void switchToCLocale();
 
+// True while the process is in the reader locale. The runtime may report the
+// locale under another name than the one it was asked for (some give their
+// full name), so the name it reported at the last switch counts as well.
+bool readerLocaleInForce();
+
 }  // namespace KelpFrame

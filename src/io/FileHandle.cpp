@@ -1,6 +1,6 @@
 #include "io/FileHandle.h"
 
-#include <sys/stat.h>
+#include "platform/FileOffset.h"
 
 #include <cerrno>
 
@@ -8,18 +8,26 @@ namespace KelpIo {
 
 FileHandle openFile(const char* path, const char* mode) {
     FileHandle file(path ? std::fopen(path, mode) : nullptr);
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
+    if (file && KelpPlatform::statusOf(file.get()).directory) {
         file.reset();
         errno = EISDIR;
+    } else if (!file && path) {
+        // Some systems refuse to open a directory at all (EACCES): the reason is
+        // given the same way on every system.
+        const int openError = errno;
+        errno = KelpPlatform::pathKind(path) == KelpPlatform::PathKind::Directory ? EISDIR : openError;
     }
     return file;
 }
 
 FileKind fileKind(const char* path) {
-    struct stat status;
-    if (!path || stat(path, &status) != 0) return FileKind::Missing;
-    return S_ISREG(status.st_mode) ? FileKind::Regular : FileKind::Other;
+    switch (KelpPlatform::pathKind(path)) {
+        case KelpPlatform::PathKind::Missing: return FileKind::Missing;
+        case KelpPlatform::PathKind::Regular: return FileKind::Regular;
+        case KelpPlatform::PathKind::Directory:
+        case KelpPlatform::PathKind::Other: break;
+    }
+    return FileKind::Other;
 }
 
 }  // namespace KelpIo

@@ -1,6 +1,6 @@
 #include "ply/PlyInput.h"
 
-#include <sys/stat.h>
+#include "platform/FileOffset.h"
 
 #include <cstring>
 #include <limits>
@@ -11,10 +11,10 @@ bool PlyInput::open(const char* path) {
     close();
     file_ = KelpIo::openFile(path, "rb");
     if (!file_) return false;
-    struct stat info {};
-    if (fstat(fileno(file_.get()), &info) == 0 && S_ISREG(info.st_mode)) {
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file_.get());
+    if (status.regular) {
         sizeKnown_ = true;
-        fileSize_ = static_cast<std::uint64_t>(info.st_size);
+        fileSize_ = static_cast<std::uint64_t>(status.size);
     }
     source_ = std::make_unique<KelpScan::ScanSource>(file_.get());
     cursor_ = std::make_unique<KelpScan::ScanCursor>(*source_, KelpScan::ScanLocale::current());

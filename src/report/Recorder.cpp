@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <cstring>
 #include <exception>
 
@@ -65,8 +64,7 @@ Call::~Call() {
         state.result = state.reason.code == Code::None ? 1 : 0;
     }
     if (switchesLocale_) {
-        const char* now = std::setlocale(LC_ALL, nullptr);
-        if (now && std::strcmp(now, KelpFrame::kReaderLocaleName) == 0) note(Code::LocaleLeft);
+        if (KelpFrame::readerLocaleInForce()) note(Code::LocaleLeft);
     }
 }
 

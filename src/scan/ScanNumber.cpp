@@ -1,5 +1,7 @@
 #include "scan/ScanNumber.h"
 
+#include "platform/CFloat.h"
+
 #include "scan/ScanCursor.h"
 
 #include <charconv>
@@ -18,11 +20,6 @@ constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e
                               1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 bool isDigit(int c) { return c >= '0' && c <= '9'; }
-
-locale_t cLocale() {
-    static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
-    return locale;
-}
 }  // namespace
 
 void FloatText::reset() {
@@ -102,9 +99,9 @@ bool FloatText::convert(Real& value) const {
     // Hexadecimal, or out of range (infinity, a denormal or zero): the C
     // library's own conversion decides.
     if constexpr (sizeof(Real) == sizeof(float))
-        value = strtof_l(text.c_str(), nullptr, cLocale());
+        value = KelpPlatform::strtofC(text.c_str(), nullptr);
     else
-        value = strtod_l(text.c_str(), nullptr, cLocale());
+        value = KelpPlatform::strtodC(text.c_str(), nullptr);
     return true;
 }
 

@@ -3,11 +3,10 @@
 // normal, two words, three corner lines of a word and three numbers, two words.
 // The file is streamed through the scanning core with the results of the
 // fscanf calls that define the grammar, end-of-file indicator included.
+#include "platform/FileOffset.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 #include "stl/StlReaders.h"
-
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <vector>
@@ -34,9 +33,9 @@ bool wordsThenTriple(KelpScan::ScanCursor& in, int words, float (&values)[3]) {
 // hold at typical line lengths saves most regrowth (untouched reserve costs
 // address space, not memory).
 std::size_t expectedFacets(std::FILE* file) {
-    struct stat info {};
-    if (fstat(fileno(file), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) return 0;
-    return static_cast<std::size_t>(info.st_size) / 256;
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file);
+    if (!status.regular || status.size <= 0) return 0;
+    return static_cast<std::size_t>(status.size / 256);
 }
 }  // namespace
 

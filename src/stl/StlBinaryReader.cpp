@@ -2,6 +2,7 @@
 // the results of the classic one-triangle-at-a-time loop of unchecked reads
 // into buffers reused from one triangle to the next: once the file runs out,
 // every remaining triangle repeats the corner buffer as the last read left it.
+#include "platform/FileOffset.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
@@ -52,10 +53,10 @@ private:
 
 // Bytes from the current position to the end of the file.
 std::uint64_t bytesLeft(std::FILE* file) {
-    const off_t here = ftello(file);
-    if (here < 0 || fseeko(file, 0, SEEK_END) != 0) return 0;
-    const off_t end = ftello(file);
-    fseeko(file, here, SEEK_SET);
+    const std::int64_t here = KelpPlatform::tell(file);
+    if (here < 0 || !KelpPlatform::seek(file, 0, SEEK_END)) return 0;
+    const std::int64_t end = KelpPlatform::tell(file);
+    KelpPlatform::seek(file, here, SEEK_SET);
     return end > here ? static_cast<std::uint64_t>(end - here) : 0;
 }
 

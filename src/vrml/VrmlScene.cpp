@@ -7,12 +7,11 @@
 // nothing are never entered.
 #include "vrml/VrmlScene.h"
 
+#include "platform/SystemMemory.h"
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 
 #include <KelpTriMesh.h>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <limits>
@@ -79,13 +78,6 @@ ExpansionTable measure(const VrmlNode* top) {
     return table;
 }
 
-std::uint64_t physicalMemoryBytes() {
-    const long pages = sysconf(_SC_PHYS_PAGES);
-    const long pageSize = sysconf(_SC_PAGE_SIZE);
-    if (pages <= 0 || pageSize <= 0) return std::numeric_limits<std::uint64_t>::max();
-    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
-}
-
 // Refuses totals the mesh cannot hold, then sizes the main arrays once. A
 // position and its flag take 16 bytes, as do a face and its flag: a lower
 // bound, so a scene that could fit is always tried.
@@ -93,7 +85,8 @@ void reserveFor(KelpCore::KelpTriMesh& mesh, const VrmlSceneSize& total) {
     constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
     const bool countsFit =
         total.points <= kMaxCount - mesh.vertexCount && total.triangles <= kMaxCount - mesh.faceCount;
-    if (!countsFit || (total.points + total.triangles) > physicalMemoryBytes() / 16) throw std::bad_alloc();
+    if (!countsFit || (total.points + total.triangles) > KelpPlatform::physicalMemoryBytes() / 16)
+        throw std::bad_alloc();
     const auto grow = [](auto& array, std::uint64_t more) {
         if (more) array.reserve(array.size() + static_cast<std::size_t>(more));
     };

@@ -18,18 +18,26 @@
 // Heap bytes in use and their peak, for the memory a walk keeps.
 namespace {
 std::atomic<std::size_t> liveBytes{0}, peakBytes{0};
+
+std::size_t blockBytes(void* block) {
+#if defined(_WIN32)
+    return _msize(block);
+#else
+    return malloc_usable_size(block);
+#endif
+}
 }  // namespace
 
 void* operator new(std::size_t size) {
     void* block = std::malloc(size == 0 ? 1 : size);
     if (!block) throw std::bad_alloc();
-    const std::size_t live = liveBytes += malloc_usable_size(block);
+    const std::size_t live = liveBytes += blockBytes(block);
     for (std::size_t peak = peakBytes; live > peak && !peakBytes.compare_exchange_weak(peak, live);) {}
     return block;
 }
 void operator delete(void* block) noexcept {
     if (!block) return;
-    liveBytes -= malloc_usable_size(block);
+    liveBytes -= blockBytes(block);
     std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }

@@ -7,6 +7,10 @@
 #include <utility>
 #include <vector>
 
+#if defined(_WIN32)
+#include <objbase.h>
+#endif
+
 namespace {
 
 std::vector<unsigned char> pattern(unsigned width, unsigned height, unsigned channels) {
@@ -60,5 +64,20 @@ TEST(ImageLoad, RoundTripsAndDamagedFiles) {
     EXPECT_EQ(Loaded(dir.file("missing.png")).image.data, nullptr);
     EXPECT_EQ(Loaded(dir.path().string()).image.data, nullptr);
 }
+
+#if defined(_WIN32)
+// The Windows codecs set COM up per call: inside a host that already set it
+// up, in the other apartment model, they work and leave the host's set-up.
+TEST(ImageLoad, WorksInsideTheHostsComApartment) {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    KelpTest::TempDir dir;
+    const std::string path = dir.file("a.png");
+    EXPECT_TRUE(KelpObjTest::saveImage(path, pattern(5, 3, 3), 5, 3, 3));
+    EXPECT_NE(Loaded(path).image.data, nullptr);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE);  // still the host's
+    CoUninitialize();
+    CoUninitialize();
+}
+#endif
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "ObjTestImages.h"
 #include "scan/ScanSource.h"
+#include "support/CReference.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
 #include <gtest/gtest.h>
@@ -130,6 +131,7 @@ bool sameBits(const std::vector<T>& actual, const std::vector<T>& expected) {
 }
 
 TEST(ObjStdioAgreement, RandomFilesReadIdentically) {
+    KELP_REQUIRE_GLIBC_REFERENCE();
     KELP_REQUIRE_READER_LOCALE();
     KelpTest::LocaleGuard guard;
     KelpTest::TempDir dir;

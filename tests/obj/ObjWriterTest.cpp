@@ -34,7 +34,7 @@ const std::string kTriangleLines = "# 3 vertices, 1 faces\nv 0.1 100000 1e+06\nv
 
 std::string written(KelpTriMesh& mesh, const char* path = "tri.obj") {
     EXPECT_TRUE(KelpGraphic::KelpWriteObj(path, &mesh));
-    return KelpTest::readFile(path);
+    return KelpTest::readTextFile(path);
 }
 
 TEST(ObjWriter, LinesAndCornerForms) {
@@ -70,7 +70,7 @@ TEST(ObjWriter, SideFilesRoundTripAndFailure) {
     mesh.faceTexCoordIndices = {Vec3u{2, 1, 0}};
     const std::string first = written(mesh);
     EXPECT_EQ(first.rfind("mtllib tri.mtl\n" + kTriangleLines, 0), 0u) << first;
-    EXPECT_EQ(KelpTest::readFile("tri.mtl"), "newmtl triMaterial\nmap_Kd tri.jpg\n");
+    EXPECT_EQ(KelpTest::readTextFile("tri.mtl"), "newmtl triMaterial\nmap_Kd tri.jpg\n");
     EXPECT_EQ(KelpTest::currentLocale(), "C");
     // Read back (texture included) and written again, it gives the same text.
     KelpTriMesh back;
@@ -82,14 +82,14 @@ TEST(ObjWriter, SideFilesRoundTripAndFailure) {
     // "out/mesh.obj" has the base name "out/mesh": its side files go to out/out/.
     std::filesystem::create_directories("out/out");
     EXPECT_EQ(written(mesh, "out/mesh.obj").rfind("mtllib out/mesh.mtl\n", 0), 0u);
-    EXPECT_EQ(KelpTest::readFile("out/out/mesh.mtl"), "newmtl out/meshMaterial\nmap_Kd out/mesh.jpg\n");
+    EXPECT_EQ(KelpTest::readTextFile("out/out/mesh.mtl"), "newmtl out/meshMaterial\nmap_Kd out/mesh.jpg\n");
     EXPECT_TRUE(std::filesystem::exists("out/out/mesh.jpg"));
     // Without out/out the side files are silently missing.
     std::filesystem::create_directories("lone");
     EXPECT_NE(written(mesh, "lone/mesh.obj").find("usemtl lone/meshMaterial\n"), std::string::npos);
 
     EXPECT_FALSE(KelpGraphic::KelpWriteObj("no/such/dir/x.obj", &mesh));
-    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
+    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::readerLocaleName());
 }
 
 }  // namespace

@@ -182,7 +182,7 @@ TEST_F(AscWrite, LeavesTheLocaleAlone) {
     cloud.addVertex({1, 2, 3});
     std::setlocale(LC_ALL, KelpTest::kReaderLocale);
     ASSERT_TRUE(KelpGraphic::KelpWriteAsc(dir.file("l.asc").c_str(), &cloud));
-    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::kReaderLocale);
+    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::readerLocaleName());
 }
 
 TEST_F(AscWrite, RoundTripKeepsSixDecimals) {

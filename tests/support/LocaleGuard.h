@@ -24,6 +24,18 @@ inline bool readerLocaleExists() {
     return exists;
 }
 
+// The name setlocale reports once the reader locale is in force: the name
+// itself with glibc, the runtime's full name for it on Windows. Empty where
+// the locale is missing. The locale in force is kept, so the name can be
+// compared with it in either order of evaluation.
+inline std::string readerLocaleName() {
+    const std::string before = currentLocale();
+    const char* name = std::setlocale(LC_ALL, kReaderLocale);
+    const std::string reported = name ? name : "";
+    std::setlocale(LC_ALL, before.c_str());
+    return reported;
+}
+
 class LocaleGuard {
 public:
     LocaleGuard() { std::setlocale(LC_ALL, "C"); }

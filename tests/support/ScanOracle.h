@@ -8,6 +8,7 @@
 
 #include "scan/ScanCursor.h"
 #include "scan/ScanSource.h"
+#include "support/CReference.h"
 
 #include <gtest/gtest.h>
 
@@ -168,7 +169,7 @@ public:
 private:
     static std::FILE* open(std::string& bytes) {
         if (bytes.empty()) return std::fopen("/dev/null", "r");
-        return fmemopen(&bytes[0], bytes.size(), "r");
+        return KelpTest::memoryStream(bytes);
     }
     // The text a fixed-size field would hold, as a number to compare.
     static std::uint64_t hashPrefix(const char* text, std::size_t length, std::size_t limit) {

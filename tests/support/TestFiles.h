@@ -55,6 +55,31 @@ inline std::string readFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// The line end a text-mode stream writes for '\n' here.
+#if defined(_WIN32)
+inline constexpr const char* kTextLineEnd = "\r\n";
+#else
+inline constexpr const char* kTextLineEnd = "\n";
+#endif
+
+// A file written in text mode, with each of the platform's line ends read
+// back as '\n'; a line break written any other way fails the test.
+inline std::string readTextFile(const std::string& path) {
+    const std::string bytes = readFile(path);
+    const std::string lineEnd = kTextLineEnd;
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size();) {
+        if (bytes.compare(at, lineEnd.size(), lineEnd) == 0) {
+            text += '\n';
+            at += lineEnd.size();
+            continue;
+        }
+        if (bytes[at] == '\n') ADD_FAILURE() << path << ": a bare line break at byte " << at;
+        text += bytes[at++];
+    }
+    return text;
+}
+
 // Byte builders for binary formats, shared with the sample generator.
 using KelpSamples::putF32;
 using KelpSamples::putU16;
