@@ -39,8 +39,8 @@ void ObjFaceSizing::afterVertexGrowth(std::size_t listBytes) {
 #endif
 }
 
-void ObjFaceSizing::beforeFaces(std::size_t adding, std::uint64_t offset, KelpCore::KelpTriMesh& mesh,
-                                std::vector<KelpCore::Vec3u>& faceTexCoords) {
+void ObjFaceSizing::plan(std::size_t adding, std::uint64_t offset, KelpCore::KelpTriMesh& mesh,
+                         std::vector<KelpCore::Vec3u>& faceTexCoords) {
     if (fileSize_ == 0 || adding == 0) return;
     const std::size_t count = mesh.faces.size();
     if (!started_) {

@@ -30,9 +30,15 @@ public:
     // Before the faces of one statement are appended: `adding` triangles,
     // `offset` bytes of the file consumed so far.
     void beforeFaces(std::size_t adding, std::uint64_t offset, KelpCore::KelpTriMesh& mesh,
-                     std::vector<KelpCore::Vec3u>& faceTexCoords);
+                     std::vector<KelpCore::Vec3u>& faceTexCoords) {
+        if (started_ && mesh.faces.size() + adding <= mesh.faces.capacity()) return;
+        plan(adding, offset, mesh, faceTexCoords);
+    }
 
 private:
+    void plan(std::size_t adding, std::uint64_t offset, KelpCore::KelpTriMesh& mesh,
+              std::vector<KelpCore::Vec3u>& faceTexCoords);
+
     std::uint64_t fileSize_ = 0;
     bool started_ = false;
     std::uint64_t firstOffset_ = 0;
