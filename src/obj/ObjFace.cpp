@@ -45,11 +45,15 @@ void parseCorner(const KelpScan::ScanLocale& locale, const char* word, const cha
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The usual shape in one forward pass: one blank before each corner, corners
-// of short unsigned or negative numbers and '/'. Anything else (doubled
-// blanks, zero bytes, signs without digits, long numbers, other characters)
-// is left to the general walk: false, with nothing changed.
+// of short unsigned or negative numbers and '/', and a blank at the end (the
+// line feed that fgets keeps), which stops every digit loop before the end
+// without a test per byte. Anything else (doubled blanks, zero bytes, signs
+// without digits, long numbers, other characters, a last line without its
+// line feed) is left to the general walk: false, with nothing changed.
 bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
                         std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
+    const auto blank = [&locale](char c) { return locale.isSpace(static_cast<unsigned char>(c)); };
+    if (length != 0 && !blank(line[length - 1])) return false;
     const char* p = line;
     const char* const end = line + length;
     std::int32_t last = lastIndex;
@@ -58,24 +62,25 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
     for (;;) {
         // One blank, then either a corner or only blanks to the end of the line.
         if (p == end) break;
-        if (!locale.isSpace(static_cast<unsigned char>(*p))) return false;
+        if (!blank(*p)) return false;
         ++p;
         if (p == end) break;
-        if (locale.isSpace(static_cast<unsigned char>(*p))) {
-            while (p != end && locale.isSpace(static_cast<unsigned char>(*p))) ++p;
+        if (blank(*p)) {
+            while (p != end && blank(*p)) ++p;
             if (p == end) break;
             return false;
         }
+        // From here on the final blank lies ahead of p.
         for (std::size_t component = 0;; ++component) {
-            const bool negative = p != end && *p == '-';
-            if (negative) ++p;
+            const bool negative = *p == '-';
+            p += negative;
             const char* const digits = p;
             std::uint32_t number = 0;  // wraps harmlessly past 9 digits, which go to the general walk
-            while (p != end && isDigit(*p)) number = number * 10 + static_cast<std::uint32_t>(*p++ - '0');
+            while (isDigit(*p)) number = number * 10 + static_cast<std::uint32_t>(*p++ - '0');
             if (p - digits > 9) return false;
-            // Only '/', a blank or the end may follow the digits here.
-            if (p != end && *p != '/' && !locale.isSpace(static_cast<unsigned char>(*p))) return false;
-            const bool slash = p != end && *p == '/';
+            // Only '/' or a blank may follow the digits here.
+            const bool slash = *p == '/';
+            if (!slash && !blank(*p)) return false;
             if (p == digits) {
                 // An empty component before a '/' records nothing; a sign
                 // without digits is left to the general walk.

@@ -5,9 +5,9 @@
 #include "io/FileHandle.h"
 #include "report/Recorder.h"
 
+#include "scan/ScanCursor.h"
+
 #include <cctype>
-#include <fstream>
-#include <sstream>
 
 namespace KelpObj {
 
@@ -38,38 +38,47 @@ void storeIfColoured(bool newmtlSeen, std::size_t lastNameLength, ObjMaterial& c
     current.name.clear();
 }
 
-void readColour(std::istream& words, float (&target)[3], bool& flag) {
+void readColour(KelpScan::ScanCursor& words, float (&target)[3], bool& flag) {
     float r, g, b;
-    if (words >> r && words >> g && words >> b) {
+    if (words.extractFloat(r) && words.extractFloat(g) && words.extractFloat(b)) {
         target[0] = r;
         target[1] = g;
         target[2] = b;
         flag = true;
     }
 }
+
+// The line ends here: a line feed, the end of the text, or the CR of a CR LF
+// (which text mode would have dropped).
+bool atLineEnd(KelpScan::ScanSource& in) {
+    if (!in.ensure(1)) return true;
+    const unsigned char c = *in.next();
+    if (c == '\n') return true;
+    if (c != '\r') return false;
+    return !in.ensure(2) || in.next()[1] == '\n';
+}
+
+// A keyword longer than this matches none, so no more of it is kept.
+constexpr std::size_t kKeywordKeep = 8;
 }  // namespace
 
-bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials) {
-    if (in.fail()) return true;
+bool readMaterialLibrary(KelpScan::ScanSource& source, std::vector<ObjMaterial>& materials) {
+    // Extraction from a line string: white space and numbers of the "C" locale.
+    KelpScan::ScanCursor words(source, KelpScan::ScanLocale::classic());
     ObjMaterial current;
     bool newmtlSeen = false;
     std::size_t lastNameLength = 0;
     // Both survive from line to line: a line of blanks extracts no keyword and
     // runs the previous line's keyword again on an empty rest.
-    std::string keyword, name, line;
-    for (;;) {
-        if (in.eof()) break;
-        std::getline(in, line);
-        if (in.bad()) return false;
-        // Text mode would have turned CR LF into LF; do that here.
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (!line.empty()) {
-            std::istringstream words(line);
-            words >> keyword;
-            if (line[0] == '#') {
+    std::string keyword, name;
+    while (source.ensure(1)) {
+        if (!atLineEnd(source)) {
+            const bool comment = *source.next() == '#';
+            words.extractWord(keyword, kKeywordKeep);
+            if (comment) {
                 storeIfColoured(newmtlSeen, lastNameLength, current, materials);
             } else if (keyword == "newmtl") {
-                words >> name;
+                words.extractWord(name, std::string::npos);
                 current.name = name;
                 newmtlSeen = true;
                 lastNameLength = name.size();
@@ -81,17 +90,17 @@ bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials) 
                 readColour(words, current.specular, current.hasSpecular);
             } else if (keyword == "map_Kd") {
                 std::string file;
-                words >> file;
+                words.extractWord(file, std::string::npos);
                 current.textureFile = file;
             } else if (keyword == "Tr" || keyword == "d") {
                 float value;
-                if (words >> value) {
+                if (words.extractFloat(value)) {
                     current.transparency = value;
                     current.hasTransparency = true;
                 }
             }
         }
-        if (in.fail() || in.bad()) break;
+        words.skipLine();
     }
     if (newmtlSeen) materials.push_back(current);
     return true;
@@ -105,9 +114,13 @@ void loadMaterialLibrary(const std::string& objPath, const std::string& libraryN
     const std::string libraryPath = directory + libraryName;
     const KelpIo::FileKind libraryKind = KelpIo::fileKind(libraryPath.c_str());
     if (libraryKind == KelpIo::FileKind::Regular) {
-        std::ifstream library(libraryPath);
-        if (!library.fail()) readMaterialLibrary(library, materials);
-        else KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
+        KelpIo::FileHandle library = KelpIo::openFile(libraryPath.c_str(), "rt");
+        if (library) {
+            KelpScan::ScanSource source(library.get());
+            readMaterialLibrary(source, materials);
+        } else {
+            KelpRecord::note(KelpRecord::Code::ObjLibraryMissing, libraryName);
+        }
     } else {
         KelpRecord::note(libraryKind == KelpIo::FileKind::Missing ? KelpRecord::Code::ObjLibraryMissing
                                                                  : KelpRecord::Code::ObjLibraryNotRegular,

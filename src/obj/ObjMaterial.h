@@ -4,7 +4,8 @@
 
 #include <KelpImageData.h>
 
-#include <istream>
+#include "scan/ScanSource.h"
+
 #include <string>
 #include <vector>
 
@@ -33,11 +34,11 @@ std::string directoryOf(const std::string& path);
 // name; the first two characters when there is no '.'. Upper-cased.
 std::string textureExtension(const std::string& textureFile);
 
-// Appends the materials of the MTL text in `in` to `materials`. A material is
-// stored at a comment line when it has a colour or a transparency, and at the
-// end of the text when a "newmtl" was met. False only on an unrecoverable read
-// error (the material being built is then dropped).
-bool readMaterialLibrary(std::istream& in, std::vector<ObjMaterial>& materials);
+// Appends the materials of the MTL text in `in` to `materials`, line by line
+// as a getline + istringstream loop reads them. A material is stored at a
+// comment line when it has a colour or a transparency, and at the end of the
+// text when a "newmtl" was met. Returns true.
+bool readMaterialLibrary(KelpScan::ScanSource& in, std::vector<ObjMaterial>& materials);
 
 // The "mtllib <name>" statement: reads the library next to the OBJ file and,
 // when the first material of `materials` names a JPG, BMP, PNG or TIF file,

@@ -17,6 +17,7 @@
 
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
+#include "obj/ObjSizing.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
@@ -139,6 +140,7 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
     KelpObj::ObjFaceCorners corners;
     std::vector<KelpObj::ObjMaterial> materials;
     KelpCore::KelpImageData<unsigned char> image;
+    ObjFaceSizing sizing(file);
     const char* line;
     std::size_t lineLength;
 
@@ -179,6 +181,11 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
             case Statement::Face:
                 if (!in.readLine(kLineField, line, lineLength)) line = "", lineLength = 0;
                 KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh.vertexCount, lastIndex, corners);
+                sizing.afterVertexGrowth(mesh.vertices.capacity() * sizeof(KelpCore::Vec3f) +
+                                         pending.texCoords.capacity() * sizeof(KelpCore::Vec2f) +
+                                         pending.normals.capacity() * sizeof(KelpCore::Vec3f));
+                if (corners.vertices.size() >= 3)
+                    sizing.beforeFaces(corners.vertices.size() - 2, source.offset(), mesh, pending.faceTexCoords);
                 addFan(corners, mesh, pending);
                 break;
             case Statement::Other:

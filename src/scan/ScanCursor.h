@@ -61,6 +61,10 @@ public:
     // caller stops extracting from this line; an out-of-range magnitude fails,
     // an underflow reads as zero or a denormal.
     bool extractFloat(float& value);
+    // `stream >> word` on the rest of the current line: the word's first
+    // `keep` bytes replace `word`. False, `word` untouched, when only white
+    // space is left before the line feed (which stays unread).
+    bool extractWord(std::string& word, std::size_t keep);
 
 private:
     // Skips white space before a conversion; false (end-of-file set) when

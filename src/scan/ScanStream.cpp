@@ -1,6 +1,7 @@
-// Formatted stream input of a float (`stream >> value`), as the ASC reader
-// applies it to each line: white space, an optional sign, digits with at most
-// one decimal point, an exponent only after a digit. The text must convert
+// Formatted stream input on the rest of a line: a word (`stream >> text`,
+// for material libraries) and a float (`stream >> value`, for those and for
+// the ASC reader). A float is white space, an optional sign, digits with at
+// most one decimal point, an exponent only after a digit. The text must convert
 // whole: "1e" and "1e+" fail after being consumed.
 #include "scan/ScanCursor.h"
 
@@ -45,6 +46,21 @@ bool ScanCursor::extractFloat(float& value) {
     float converted;
     if (!exponentOk || !float_.toFloat(converted) || std::isinf(converted)) return false;
     value = converted;
+    return true;
+}
+
+bool ScanCursor::extractWord(std::string& word, std::size_t keep) {
+    int c;
+    do c = in_.get();
+    while (c >= 0 && c != '\n' && locale_.space[c]);
+    if (c < 0 || c == '\n') {
+        in_.unget(c);
+        return false;
+    }
+    word.clear();
+    for (; c >= 0 && !locale_.space[c]; c = in_.get())
+        if (word.size() < keep) word.push_back(static_cast<char>(c));
+    in_.unget(c);
     return true;
 }
 

@@ -10,7 +10,7 @@ namespace {
 // Each material as "name texture flags values": enough to tell the storing
 // rules apart at a glance.
 std::string parsed(const std::string& text) {
-    std::istringstream in(text);
+    KelpScan::ScanSource in(text.data(), text.data() + text.size());
     std::vector<KelpObj::ObjMaterial> materials;
     EXPECT_TRUE(KelpObj::readMaterialLibrary(in, materials));
     std::ostringstream out;
@@ -37,6 +37,8 @@ TEST(ObjMaterial, StoringRules) {
         // A line of blanks runs the previous keyword again on nothing; a bare CR line is empty.
         {"newmtl a\nmap_Kd t.jpg\n   \n", "[a  0000 0 0 0]"},
         {"newmtl a\r\nmap_Kd t.jpg\r\n\r\n", "[a t.jpg 0000 0 0 0]"},
+        // Only whole keywords count; a colour needs three whole numbers.
+        {"newmtl a\nnewmtlx b\nKd 1e 1 1\nKs 1 2 3e1\n", "[a  0010 0 30 0]"},
     };
     for (const auto& c : cases) EXPECT_EQ(parsed(c.library), c.materials) << c.library;
 }

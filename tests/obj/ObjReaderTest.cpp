@@ -130,6 +130,29 @@ TEST(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
 #endif
 }
 
+// The face arrays are sized ahead from the density of the first face lines;
+// a file whose density changes afterwards (denser fans after a long comment
+// stretch) must still end with every face, flag and texture triple in place.
+TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
+    KelpTest::LocaleGuard guard;
+    KelpTest::TempDir dir;
+    ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
+    KelpTest::writeFile(dir.file("m.mtl"), "newmtl m\nmap_Kd t.png\n");
+    std::string text = "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nvt 0 0\nvt 1 1\n";
+    for (int i = 0; i < 10000; ++i) text += "f 1/1 2/2 3/1\n";
+    for (int i = 0; i < 10000; ++i) text += "# a comment line that the face density did not foresee\n";
+    for (int i = 0; i < 30000; ++i) text += "f 1/2 2/1 3/2 4/1\n";
+    const KelpTriMesh mesh = readText(dir, text);
+    ASSERT_EQ(mesh.faceCount, 70000u);
+    ASSERT_EQ(mesh.faces.size(), 70000u);
+    ASSERT_EQ(mesh.faceFlags, std::vector<std::uint32_t>(70000, 0u));
+    ASSERT_EQ(mesh.faceTexCoordIndices.size(), 70000u);
+    EXPECT_EQ(mesh.faces[9999], (Vec3u{0, 1, 2}));
+    EXPECT_EQ(mesh.faces[69999], (Vec3u{0, 2, 3}));
+    EXPECT_EQ(mesh.faceTexCoordIndices[0], (Vec3u{0, 1, 0}));
+    EXPECT_EQ(mesh.faceTexCoordIndices[69998], (Vec3u{1, 0, 1}));
+}
+
 TEST(ObjReader, MissingFileAndGarbage) {
     KELP_REQUIRE_READER_LOCALE();
     KelpTest::LocaleGuard guard;
