@@ -1,10 +1,7 @@
 #include "obj/ObjSizing.h"
 
-#include <sys/stat.h>
-
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
+#include "platform/FileOffset.h"
+#include "platform/SystemMemory.h"
 
 namespace KelpObj {
 
@@ -19,24 +16,20 @@ void reserveFor(Vector& v, std::size_t count) {
 }  // namespace
 
 ObjFaceSizing::ObjFaceSizing(std::FILE* file) {
-    struct stat info {};
-    if (file && fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
-        fileSize_ = static_cast<std::uint64_t>(info.st_size);
+    if (!file) return;
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file);
+    if (status.regular && status.size > 0) fileSize_ = static_cast<std::uint64_t>(status.size);
 }
 
 void ObjFaceSizing::afterVertexGrowth(std::size_t listBytes) {
-#if defined(__GLIBC__)
-    // The blocks that the vertex lists grew out of were freed, but glibc keeps
-    // those below its mmap threshold resident in the heap; the face arrays
-    // would pile up on top of them. Give their pages back once per doubling
-    // of the lists, so that this runs a logarithmic number of times.
+    // The blocks that the vertex lists grew out of were freed, but the
+    // allocator may keep them resident in its heap; the face arrays would
+    // pile up on top of them. Give their pages back once per doubling of the
+    // lists, so that this runs a logarithmic number of times.
     constexpr std::size_t kWorthTrimming = std::size_t(16) << 20;
     if (listBytes < kWorthTrimming || listBytes < 2 * trimmedAt_) return;
     trimmedAt_ = listBytes;
-    malloc_trim(0);
-#else
-    (void)listBytes;
-#endif
+    KelpPlatform::releaseFreeHeapPages();
 }
 
 void ObjFaceSizing::plan(std::size_t adding, std::uint64_t offset, KelpCore::KelpTriMesh& mesh,

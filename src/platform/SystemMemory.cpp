@@ -8,6 +8,9 @@
 #else
 #include <unistd.h>
 #endif
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace KelpPlatform {
 
@@ -22,6 +25,12 @@ std::uint64_t physicalMemoryBytes() {
     const long pageSize = sysconf(_SC_PAGE_SIZE);
     if (pages <= 0 || pageSize <= 0) return std::numeric_limits<std::uint64_t>::max();
     return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+#endif
+}
+
+void releaseFreeHeapPages() {
+#if defined(__GLIBC__)
+    malloc_trim(0);
 #endif
 }
 
