@@ -1,11 +1,12 @@
 // The import loop: asks the PLY reader for positions, face corners (or
 // strips) and the optional properties it knows (PlyRequests.h), then walks
 // the elements in header order and appends vertices and triangles to the
-// mesh. The common binary layouts are decoded a whole instance at a time
-// (PlyInstanceDecoder.h).
+// mesh. The common binary and ASCII layouts are decoded a whole instance at
+// a time (PlyInstanceDecoder.h, PlyAsciiDecoder.h).
 #include "ply/PlyImport.h"
 
 #include "ply/PlyFile.h"
+#include "ply/PlyAsciiDecoder.h"
 #include "ply/PlyInstanceDecoder.h"
 #include "ply/PlyRequests.h"
 #include "report/Recorder.h"
@@ -198,20 +199,29 @@ int readElements(PlyFile& owner, KelpTriMesh& mesh, int stripIndex) {
 
         if (element.name == "vertex") {
             const VertexPlan plan = planVertices(element, ply.format);
+            const AsciiVertexPlan asciiPlan = planAsciiVertices(element, ply.format);
             const std::uint64_t instanceBytes = plan.usable ? plan.size : minBytes;
             const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), instanceBytes);
             code = appendInBatches(count, makeVertexRoom(mesh, fit), vertexRoom, [&] {
-                auto decode = [&] { return decodeVertex(ply.input, plan, vertex); };
-                return decodeOrRead(ply, plan.usable, decode, asRecord(vertex)) ? appendVertex() : PlyImportBadInstance;
+                auto decode = [&] {
+                    return plan.usable ? decodeVertex(ply.input, plan, vertex)
+                                       : decodeAsciiVertex(ply.input, asciiPlan, vertex);
+                };
+                return decodeOrRead(ply, plan.usable || asciiPlan.usable, decode, asRecord(vertex)) ? appendVertex()
+                                                                                                     : PlyImportBadInstance;
             });
         } else if (element.name == "face") {
             const FacePlan plan = planFaces(element, ply.format);
+            const AsciiFacePlan asciiPlan = planAsciiFaces(element, ply.format);
             // Every accepted face has three corners.
             const std::uint64_t faceBytes = ply.format == PlyFormat::Ascii ? 8 : minBytes + 12;
             const std::uint64_t fit = instancesThatFit(element.count, ply.input.bytesLeft(), faceBytes);
             code = appendInBatches(count, makeFaceRoom(mesh, fit), faceRoom, [&] {
-                auto decode = [&] { return decodeFace(ply.input, plan, face); };
-                return decodeOrRead(ply, plan.usable, decode, asRecord(face)) ? appendFace() : PlyImportBadInstance;
+                auto decode = [&] {
+                    return plan.usable ? decodeFace(ply.input, plan, face) : decodeAsciiFace(ply.input, asciiPlan, face);
+                };
+                return decodeOrRead(ply, plan.usable || asciiPlan.usable, decode, asRecord(face)) ? appendFace()
+                                                                                                  : PlyImportBadInstance;
             });
         } else if (element.name == "tristrips") {
             const bool decodes = static_cast<int>(e) == stripIndex;

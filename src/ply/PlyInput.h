@@ -56,6 +56,7 @@ public:
     bool scanUnsigned(unsigned& value) { return cursor_->readUnsigned(value); }
     bool scanFloat(float& value) { return cursor_->readFloat(value); }
     bool scanDouble(double& value) { return cursor_->readDouble(value); }
+    KelpScan::ScanCursor& cursor() { return *cursor_; }
 
 private:
     KelpIo::FileHandle file_;

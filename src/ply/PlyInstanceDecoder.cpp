@@ -9,6 +9,14 @@ namespace {
 constexpr std::size_t kMaxPlannedInstance = 1 << 16;
 }  // namespace
 
+bool isPlannedCornerList(const PlyProperty& property) {
+    const PlyPropertyRequest& r = property.request;
+    return property.isList && property.stored && r.storedType == PlyScalarType::Int &&
+           r.memoryType == PlyScalarType::Int && !r.allocateList && r.valueOffset == offsetof(PlyFaceRecord, indices) &&
+           r.countOffset == offsetof(PlyFaceRecord, size) && plyTypeSize(r.countMemoryType) == 1 &&
+           !isFloatingType(r.countMemoryType);
+}
+
 VertexPlan planVertices(const PlyElement& element, PlyFormat format) {
     VertexPlan plan;
     if (!isBinaryFormat(format)) return plan;
@@ -41,10 +49,7 @@ FacePlan planFaces(const PlyElement& element, PlyFormat format) {
         if (!property.routine) return plan;
         if (property.isList) {
             const PlyPropertyRequest& r = property.request;
-            if (listSeen || !property.stored || r.storedType != PlyScalarType::Int || r.memoryType != PlyScalarType::Int ||
-                r.allocateList || r.valueOffset != offsetof(PlyFaceRecord, indices) ||
-                r.countOffset != offsetof(PlyFaceRecord, size) || plyTypeSize(r.countMemoryType) != 1 ||
-                isFloatingType(r.countMemoryType) ||
+            if (listSeen || !isPlannedCornerList(property) ||
                 (r.countStoredType != PlyScalarType::Uchar && r.countStoredType != PlyScalarType::Char))
                 return plan;
             listSeen = true;

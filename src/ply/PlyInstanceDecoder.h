@@ -41,6 +41,10 @@ struct FacePlan {
     ZeroChecks checksAfter;
 };
 
+// A stored int corner list kept in place in the face record, with a one-byte
+// integer count: the list both instance decoders take.
+bool isPlannedCornerList(const PlyProperty& property);
+
 VertexPlan planVertices(const PlyElement& element, PlyFormat format);
 FacePlan planFaces(const PlyElement& element, PlyFormat format);
 

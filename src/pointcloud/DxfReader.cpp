@@ -21,24 +21,43 @@ constexpr std::size_t kWordLimit = 250;
 // zero byte.
 bool wordIs(const std::string& word, const char* keyword) { return std::strcmp(word.c_str(), keyword) == 0; }
 
+// A word as the scanning core shows it where it lies, compared as wordIs does.
+struct Word {
+    const char* text = nullptr;
+    std::size_t length = 0;
+
+    bool read(KelpScan::ScanCursor& scan) { return scan.readWordWidth(text, length, kWordLimit); }
+    template <std::size_t N>
+    bool is(const char (&keyword)[N]) const {
+        constexpr std::size_t n = N - 1;
+        return (length == n || (length > n && text[n] == '\0')) && std::memcmp(text, keyword, n) == 0;
+    }
+};
+
 // The words after "POINT" up to the "0" that ends it. Any word "0" ends the
 // point, a layer value "0" before the coordinates included: the point then
 // repeats the coordinates of the one before, and its own are passed over by
 // the entity scan. False when the file ends first (nothing is appended).
-bool readPoint(KelpScan::ScanCursor& scan, std::string& word, float (&xyz)[3], KelpCore::KelpPointSet& cloud) {
-    while (scan.readWordWidth(word, kWordLimit)) {
-        if (wordIs(word, "0")) {
+// `endsec` tells whether the last word read was "ENDSEC" (a file that ends
+// inside a point after that word has still ended its section).
+bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec) {
+    Word word;
+    while (word.read(scan)) {
+        endsec = false;
+        if (word.is("0")) {
             cloud.addVertex({xyz[0], xyz[1], xyz[2]});
             return true;
         }
         // A value that is no number leaves the coordinate as it was and
         // stays to be read as the next word.
-        if (wordIs(word, "10"))
+        if (word.is("10"))
             scan.readFloat(xyz[0]);
-        else if (wordIs(word, "20"))
+        else if (word.is("20"))
             scan.readFloat(xyz[1]);
-        else if (wordIs(word, "30"))
+        else if (word.is("30"))
             scan.readFloat(xyz[2]);
+        else
+            endsec = word.is("ENDSEC");
     }
     return false;
 }
@@ -57,18 +76,19 @@ bool readDxfPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
         if (!read || !wordIs(word, expected))
             return failDxfHeader(read, word, expected, source.offset());
     }
+    Word next;
     do {
-        if (!scan.readWordWidth(word, kWordLimit))
-            return KelpRecord::fail(KelpRecord::Code::DxfNoEntities, {}, source.offset());
-    } while (!wordIs(word, "ENTITIES"));
+        if (!next.read(scan)) return KelpRecord::fail(KelpRecord::Code::DxfNoEntities, {}, source.offset());
+    } while (!next.is("ENTITIES"));
 
     // Kept across points: a point without a "20" takes the y of the one before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
-    while (scan.readWordWidth(word, kWordLimit) && !wordIs(word, "ENDSEC")) {
-        if (wordIs(word, "POINT") && !readPoint(scan, word, xyz, cloud)) break;
+    bool endsec = false;
+    while (next.read(scan) && !(endsec = next.is("ENDSEC"))) {
+        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec)) break;
     }
-    if (!wordIs(word, "ENDSEC")) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
+    if (!endsec) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     return true;
 }
 

@@ -83,6 +83,25 @@ bool ScanCursor::readWord(const char*& word, std::size_t& length, std::size_t ke
     return true;
 }
 
+bool ScanCursor::readWordWidth(const char*& word, std::size_t& length, std::size_t width) {
+    if (!skipSpaceBeforeConversion()) return false;
+    const unsigned char* const start = in_.next();
+    const unsigned char* const end = start + std::min(in_.available(), width);
+    const unsigned char* p = start;
+    while (p != end && !locale_.space[*p]) ++p;
+    length = static_cast<std::size_t>(p - start);
+    // Ended by white space or the width inside the window: nothing to refill.
+    if (p != in_.limit() || length == width) {
+        in_.advanceTo(p);
+        word = reinterpret_cast<const char*>(start);
+        return true;
+    }
+    takeWord(&spill_, width, width);
+    word = spill_.data();
+    length = spill_.size();
+    return true;
+}
+
 bool ScanCursor::readLine(std::size_t capacity, const char*& line, std::size_t& length) {
     if (capacity < 2) return false;
     const std::size_t room = capacity - 1;

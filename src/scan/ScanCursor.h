@@ -40,6 +40,8 @@ public:
     bool readWord(const char*& word, std::size_t& length, std::size_t keep);
     // "%<width>s": at most `width` bytes; the rest of a longer word stays.
     bool readWordWidth(std::string& word, std::size_t width);
+    // The same, pointing into the window where it can, as readWord above.
+    bool readWordWidth(const char*& word, std::size_t& length, std::size_t width);
 
     // "%f", "%lf": true when a value was stored.
     bool readFloat(float& value) { return readReal(value); }

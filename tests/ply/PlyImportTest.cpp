@@ -1,6 +1,7 @@
 #include <KelpFileIO.h>
 
 #include "ply/PlyImport.h"
+#include "scan/ScanSource.h"
 
 #include "PlyTestFiles.h"
 #include "support/LocaleGuard.h"
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstdio>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -217,6 +220,65 @@ TEST_F(PlyImport, ListsLongerThanTheLoadRecordKeepWhatFits) {
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {1, 1, 2}}));
     binary.data.resize(binary.data.size() - 2);  // the last list cut short
     EXPECT_EQ(import(header("binary_little_endian", coloured) + binary.data), KelpPly::PlyImportBadInstance);
+}
+
+// ASCII instances of the usual layouts are decoded in one forward pass; an
+// instance with a spelling the pass declines ("+7") is read value by value
+// from its start. Both must give the same mesh, whatever the layout around
+// the positions and the corner list, the white space, and where the window's
+// refills fall.
+TEST_F(PlyImport, AsciiInstancesDecodeAlikeInOnePassAndValueByValue) {
+    std::mt19937 random(1124);
+    const std::size_t chunks[] = {0, 7, 61};
+    for (int round = 0; round < 60; ++round) {
+        const bool extraVertex = random() % 2, extraFace = random() % 2;
+        const int vertices = 5 + static_cast<int>(random() % 20), faces = 1 + static_cast<int>(random() % 20);
+        std::string decl = "element vertex " + std::to_string(vertices) + "\n";
+        decl += extraVertex ? "property uchar red\nproperty float x\nproperty float y\nproperty double q\nproperty float z\n"
+                            : "property float x\nproperty float y\nproperty float z\n";
+        decl += "element face " + std::to_string(faces) + "\n";
+        decl += extraFace ? "property int flags\nproperty list uchar int vertex_indices\nproperty float w\n"
+                          : "property list uchar int vertex_indices\n";
+        // The same values twice: plainly, and with some of them signed "+".
+        std::string plain, signedText;
+        auto value = [&](const std::string& text) {
+            const char* separators[] = {" ", "\t", "\n", "  "};
+            const std::string gap = separators[random() % 4];
+            plain += text + gap;
+            signedText += (text[0] != '-' && random() % 8 == 0 ? "+" : "") + text + gap;
+        };
+        auto number = [&] {
+            char text[32];
+            std::snprintf(text, sizeof text, random() % 2 ? "%.6f" : "%g",
+                          (static_cast<int>(random() % 200001) - 100000) / 997.0);
+            return std::string(text);
+        };
+        for (int v = 0; v < vertices; ++v) {
+            if (extraVertex) value(std::to_string(random() % 256));
+            value(number());
+            value(number());
+            if (extraVertex) value(number());
+            value(number());
+        }
+        for (int f = 0; f < faces; ++f) {
+            if (extraFace) value(std::to_string(static_cast<int>(random() % 100) - 50));
+            value("3");
+            for (int c = 0; c < 3; ++c) value(std::to_string(random() % static_cast<unsigned>(vertices)));
+            if (extraFace) value(number());
+        }
+        const std::size_t chunk = chunks[static_cast<std::size_t>(round) % std::size(chunks)];
+        SCOPED_TRACE(::testing::Message() << "round " << round << " chunk " << chunk);
+        KelpScan::ScanSource::setChunkForTesting(chunk);
+        const int plainCode = import(header("ascii", decl) + plain);
+        const KelpTriMesh planned = mesh;
+        const int signedCode = import(header("ascii", decl) + signedText);
+        KelpScan::ScanSource::setChunkForTesting(0);
+        EXPECT_EQ(plainCode, 0);
+        EXPECT_EQ(signedCode, 0);
+        ASSERT_EQ(mesh.vertices.size(), planned.vertices.size());
+        EXPECT_EQ(std::memcmp(mesh.vertices.data(), planned.vertices.data(), sizeof(Vec3f) * mesh.vertices.size()), 0);
+        EXPECT_EQ(mesh.faces, planned.faces);
+    }
 }
 
 // An element without properties reads nothing per instance: a vertex element

@@ -116,10 +116,11 @@ TEST(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
     }
     // Halfway between two floats: 1 + 2^-24 and neighbours, as decimals.
     text += "1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
-    ScanOracle floats(text, 0), doubles(text, 0);
+    ScanOracle floats(text, 0), doubles(text, 0), passes(text, 0);
     for (int i = 0; i < 4004; ++i) {
         ASSERT_NO_FATAL_FAILURE(floats.step(ScanOp::Float));
         ASSERT_NO_FATAL_FAILURE(doubles.step(ScanOp::Double));
+        ASSERT_NO_FATAL_FAILURE(passes.step(ScanOp::PlainFloat));
     }
 }
 
@@ -139,7 +140,8 @@ TEST(ScanCursor, LongWordsAndLines) {
         }
         ScanOracle oracle(text, kChunks[static_cast<std::size_t>(round) % std::size(kChunks)]);
         for (int step = 0; step < 40; ++step) {
-            const ScanOp ops[] = {ScanOp::Word, ScanOp::Word250, ScanOp::SkipWord, ScanOp::Line, ScanOp::SkipLine};
+            const ScanOp ops[] = {ScanOp::Word, ScanOp::Word250, ScanOp::Word250InPlace, ScanOp::SkipWord, ScanOp::Line,
+                                  ScanOp::SkipLine};
             ASSERT_NO_FATAL_FAILURE(oracle.step(ops[random() % std::size(ops)]));
         }
     }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "scan/ScanCursor.h"
+#include "scan/ScanPlainPass.h"
 #include "scan/ScanSource.h"
 #include "support/CReference.h"
 
@@ -20,10 +21,17 @@
 
 namespace KelpTest {
 
-enum class ScanOp { Word, Word250, SkipWord, Space, Float, Double, Int, Unsigned, Line, SkipLine, Count };
+// The *InPlace and Plain* calls are the window-pointing word and the
+// forward pass (with the general call where the pass declines), which must
+// match the same C library call.
+enum class ScanOp {
+    Word, Word250, SkipWord, Space, Float, Double, Int, Unsigned, Line, SkipLine,
+    Word250InPlace, PlainFloat, PlainInt, Count
+};
 
 inline const char* scanOpName(ScanOp op) {
-    static const char* names[] = {"%s", "%250s", "%*s", "\" \"", "%f", "%lf", "%d", "%u", "fgets", "getc-line"};
+    static const char* names[] = {"%s", "%250s", "%*s", "\" \"", "%f", "%lf", "%d", "%u", "fgets", "getc-line",
+                                  "%250s in place", "%f plain pass", "%d plain pass"};
     return names[static_cast<int>(op)];
 }
 
@@ -76,6 +84,31 @@ public:
                 ourResult = cursor_->readWordWidth(word, 250);
                 if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
                 if (ourResult) ours = hashPrefix(word.data(), std::strlen(word.c_str()), 250);
+                break;
+            }
+            case ScanOp::Word250InPlace: {
+                char buffer[251];
+                const char* word = nullptr;
+                std::size_t length = 0;
+                theirResult = std::fscanf(stdio_, "%250s", buffer) == 1;
+                ourResult = cursor_->readWordWidth(word, length, 250);
+                if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
+                if (ourResult) ours = hashPrefix(word, std::strlen(std::string(word, length).c_str()), 250);
+                break;
+            }
+            case ScanOp::PlainFloat: {
+                float a = -7.0f, b = -7.0f;
+                theirResult = std::fscanf(stdio_, "%f", &a) == 1;
+                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readFloat, &KelpScan::ScanCursor::readFloat);
+                theirs = bitsOf(a), ours = bitsOf(b);
+                break;
+            }
+            case ScanOp::PlainInt: {
+                int a = -7;
+                std::int32_t b = -7;
+                theirResult = std::fscanf(stdio_, "%d", &a) == 1;
+                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readInt, &KelpScan::ScanCursor::readInt);
+                theirs = static_cast<std::uint32_t>(a), ours = static_cast<std::uint32_t>(b);
                 break;
             }
             case ScanOp::SkipWord:
@@ -167,6 +200,16 @@ public:
     }
 
 private:
+    // The forward pass where it takes the value, else the general call, as
+    // the readers combine them.
+    template <typename T>
+    int passOrCall(T& value, bool (KelpScan::ScanPlainPass::*passRead)(T&), bool (KelpScan::ScanCursor::*read)(T&)) {
+        KelpScan::ScanPlainPass pass(*cursor_, 64);
+        if (!(pass.*passRead)(value)) return (cursor_->*read)(value);
+        pass.commit();
+        return 1;
+    }
+
     static std::FILE* open(std::string& bytes) {
         if (bytes.empty()) return std::fopen("/dev/null", "r");
         return KelpTest::memoryStream(bytes);
