@@ -47,14 +47,17 @@ KELP_FILEIO_API bool KelpWriteObj(const char* path, KelpCore::KelpTriMesh* mesh)
 // float x, y, z of every vertex and the triangles of the "face" element (or of
 // "tristrips") to `mesh`; face indices are not offset by vertices already in
 // the mesh. False when the file cannot be opened or parsed, declares no float
-// positions or no usable faces, or a face has other than 3 corners; what was
-// appended before a failure stays. Does not switch the locale.
+// positions or no usable faces, a face has other than 3 corners, or the
+// counts the file announces cannot be allocated; what was appended before a
+// failure stays. Does not switch the locale.
 KELP_FILEIO_API bool KelpReadPly(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // VRML 1.0 text ("#VRML V1.0" header): appends the points of the Coordinate3
 // nodes and the triangles of the IndexedFaceSet nodes of the file's first node
-// to `mesh`, untransformed and with indices as written. Always true; another
-// version, a missing file or a parse error add nothing.
+// to `mesh`, untransformed and with indices as written; every USE appends its
+// geometry again. Always true; another version, a missing file or a parse
+// error add nothing. A scene whose expansion no 32-bit count or memory can
+// hold ends the process with status -1 (see README).
 KELP_FILEIO_API bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh);
 
 // STL, binary or ASCII (told apart by the file size and by bytes above 127 at
@@ -62,8 +65,8 @@ KELP_FILEIO_API bool KelpReadWrl(const char* path, KelpCore::KelpTriMesh* mesh);
 // whose positions are identical bit for bit; prints "OpenBinary::fn=%d",
 // "OpenBinary::read end" and "RemoveRedundant::End" lines on standard output
 // (or to the sink of KelpSetProgressSink).
-// A binary file's arrays are sized from its header count, about 64 bytes per
-// announced triangle (see README), whatever the file size. False when the file
+// A binary file's arrays are sized from its header count, at least 16 bytes
+// per announced triangle (see README), whatever the file size. False when the file
 // cannot be opened or an ASCII facet's corner does not parse (mesh unchanged).
 KELP_FILEIO_API bool KelpReadStl(const char* path, KelpCore::KelpTriMesh* mesh);
 // Binary STL: no header text, recordedFaceCount as the count, then every face
