@@ -2,6 +2,7 @@
 // line counting, tokens with one token of look-ahead, and the error text.
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
+#include "vrml/VrmlWindow.h"
 
 #include "scan/ScanLocale.h"
 #include "scan/ScanNumber.h"
@@ -17,11 +18,7 @@ namespace KelpVrml {
 namespace {
 
 constexpr const char* kNoError = "no vrml error";
-constexpr std::size_t kInputChunk = 1 << 16;
 
-bool isDigit(int c) { return c >= '0' && c <= '9'; }
-bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isWhitespace(int c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
 
 // A number or identifier that does not fit the token buffer ends the process
 // without a message, as a failed range check of the buffer index does.
@@ -75,20 +72,13 @@ std::string formatText(const char* format, ...) {
 
 }  // namespace
 
-VrmlReader::VrmlReader() : buffer_(new unsigned char[kInputChunk]), errorText_(kNoError) {}
+VrmlReader::VrmlReader() : errorText_(kNoError) {}
 
 VrmlReader::~VrmlReader() { close(); }
 
-bool VrmlReader::refill() {
-    if (!file_) return false;
-    bufferPos_ = 0;
-    bufferLength_ = std::fread(buffer_.get(), 1, kInputChunk, file_.get());
-    return bufferLength_ != 0;
-}
-
 void VrmlReader::close() {
+    source_.reset();
     file_.reset();
-    bufferPos_ = bufferLength_ = 0;
 }
 
 bool VrmlReader::open(const char* path) {
@@ -106,6 +96,7 @@ bool VrmlReader::open(const char* path) {
         errorText_ = errorBuffer_.c_str();
         return false;
     }
+    source_ = std::make_unique<KelpScan::ScanSource>(file_.get());
     int code;
     do code = readRawToken(*lookAhead_);
     while (code == kTokenComment);
@@ -149,6 +140,7 @@ int VrmlReader::readRawToken(VrmlToken& token) {
     token.value = 0.0f;
     token.code = kTokenEnd;
     if (endOfInput_) return kTokenEnd;
+    if (readTokenInWindow(token)) return token.code;
 
     int c;
     do c = readChar();
@@ -176,27 +168,31 @@ int VrmlReader::readRawToken(VrmlToken& token) {
 }
 
 int VrmlReader::readNumber(VrmlToken& token, int first) {
-    enum class Format { Decimal, Octal, Hex } format = first == '0' ? Format::Octal : Format::Decimal;
-    bool sawX = false;
     char* const text = token.text;
     int length = 0;
     text[length++] = static_cast<char>(first);
     for (;;) {
         const int c = readChar();
-        if (!(c == '-' || c == '.' || isDigit(c) || (c == 'x' && length == 1))) {
+        if (!(isNumberChar(c) || (c == 'x' && length == 1))) {
             pushBack(c);
             break;
         }
         if (length == kTokenBufferSize - 1) tokenBufferOverrun();
         text[length++] = static_cast<char>(c);
-        if (c == 'x') {
-            format = Format::Hex;
-            sawX = true;
-        } else if (c == '.') {
-            format = Format::Decimal;
-        }
     }
     text[length] = '\0';
+    return convertNumber(token, length);
+}
+
+// The format follows the characters read: "%o" after a leading "0", "%x"
+// after an "x" in second place, and "%f" again after any "." that comes later.
+int VrmlReader::convertNumber(VrmlToken& token, int length) {
+    const char* const text = token.text;
+    const bool sawX = length > 1 && text[1] == 'x';
+    bool dot = false;
+    for (int i = sawX ? 2 : 0; i < length; ++i) dot |= text[i] == '.';
+    enum class Format { Decimal, Octal, Hex } format = Format::Decimal;
+    if (!dot) format = sawX ? Format::Hex : text[0] == '0' ? Format::Octal : Format::Decimal;
 
     bool converted;
     switch (format) {
@@ -226,7 +222,7 @@ int VrmlReader::readIdentifier(VrmlToken& token, int first) {
     text[length++] = static_cast<char>(first);
     for (;;) {
         const int c = readChar();
-        if (!(isLetter(c) || isDigit(c) || c == '_')) {
+        if (!isWordChar(c)) {
             pushBack(c);
             break;
         }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "io/FileHandle.h"
+#include "scan/ScanSource.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -69,6 +70,7 @@ struct VrmlDefEntry {
 
 struct VrmlFieldLayout;
 struct VrmlNodeLayout;
+struct VrmlWindowToken;
 struct VrmlParseFrame;
 
 // What the parse of an open node asks of the loop that drives it.
@@ -124,14 +126,17 @@ private:
     // Byte source with one character of push-back; bytes come back as
     // signed chars, so -1 is both the end of the file and a 0xFF byte.
     // Lines are counted as bytes leave the file, so a pushed-back line feed
-    // counts once.
+    // counts once. A pushed-back byte other than -1 is always the one just
+    // before the window's cursor.
     int readChar() {
         if (hasPushBack_) {
             hasPushBack_ = false;
             return pushBack_;
         }
-        if (bufferPos_ == bufferLength_ && !refill()) return -1;
-        const int c = static_cast<signed char>(buffer_[bufferPos_++]);
+        if (!source_) return -1;
+        const int byte = source_->get();
+        if (byte < 0) return -1;
+        const int c = static_cast<signed char>(byte);
         if (c == '\n') ++line_;
         return c;
     }
@@ -139,9 +144,26 @@ private:
         hasPushBack_ = true;
         pushBack_ = c;
     }
-    bool refill();
+
+    // The usual token (white space, then a number, a word or a punctuation
+    // character that ends inside the window) read where it lies; false, with
+    // nothing consumed, for anything readRawToken must do byte by byte.
+    bool readTokenInWindow(VrmlToken& token);
+    // Where the next token's bytes start in the window, and the line feeds
+    // among them that have been counted already (a pushed-back one).
+    bool windowStart(const unsigned char*& p, int& counted) const;
+    // Takes a token found in the window as the look-ahead: the window's
+    // cursor moves behind it, its line feeds are counted, and a number or a
+    // word pushes back the byte that ended it.
+    void commitWindowToken(const VrmlWindowToken& found, int lines, VrmlToken& token);
+    // The tight loops for long lists of plain numbers: they take numbers and
+    // commas from the window as the token loops would and stop, with the
+    // look-ahead in place, at anything else.
+    void takeIndexRunInWindow(std::vector<std::int32_t>& ints);
+    void takeVectorRunInWindow(std::vector<float>& floats);
 
     int readNumber(VrmlToken& token, int first);
+    int convertNumber(VrmlToken& token, int length);
     int readIdentifier(VrmlToken& token, int first);
     int readString(VrmlToken& token);
 
@@ -177,9 +199,7 @@ private:
 
     // Input.
     KelpIo::FileHandle file_;
-    std::unique_ptr<unsigned char[]> buffer_;
-    std::size_t bufferPos_ = 0;
-    std::size_t bufferLength_ = 0;
+    std::unique_ptr<KelpScan::ScanSource> source_;
     bool endOfInput_ = false;
     bool hasPushBack_ = false;
     int pushBack_ = 0;

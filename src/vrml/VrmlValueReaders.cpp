@@ -61,7 +61,12 @@ bool VrmlReader::readVectorList(VrmlField& field) {
         if (!readNumbers(3, field.floats)) return false;
     } else {
         nextToken();
-        if (!readListItems([&] { return readPlainNumbers(3, field.floats); })) return false;
+        for (;;) {
+            if (lookAhead().code == kTokenNumber) takeVectorRunInWindow(field.floats);
+            if (lookAhead().code == ']') break;
+            if (!readPlainNumbers(3, field.floats)) return false;
+            if (lookAhead().code == ',') nextToken();
+        }
     }
     field.count = clampedCount(field.floats.size());
     return true;
@@ -80,6 +85,7 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
     }
     nextToken();
     for (;;) {
+        if (lookAhead().code == kTokenNumber || lookAhead().code == ',') takeIndexRunInWindow(field.ints);
         const int code = nextToken();
         if (code == ']') break;
         if (endedInsideNode(code)) return false;
