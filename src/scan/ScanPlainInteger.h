@@ -8,22 +8,27 @@
 
 namespace KelpScan {
 
-// True with `value` when [begin, end) is exactly an optional "-" and 1 to
-// 18 digits; false, nothing converted, for anything else.
+// An optional "-" and 1 to 18 digits from `begin`, up to the first other
+// byte or `end`: true with their value and `stop` on that byte. False,
+// nothing converted, without a digit or with more than 18. The caller
+// decides what may follow.
 template <typename Real>
-inline bool convertPlainInteger(const unsigned char* begin, const unsigned char* end, Real& value) {
+inline bool scanPlainInteger(const unsigned char* begin, const unsigned char* end, Real& value,
+                             const unsigned char*& stop) {
     const bool negative = begin != end && *begin == '-';
-    const unsigned char* p = begin + (negative ? 1 : 0);
-    if (p == end || end - p > 18) return false;
+    const unsigned char* const digits = begin + (negative ? 1 : 0);
+    const unsigned char* p = digits;
     std::int64_t magnitude = 0;
-    for (; p != end; ++p) {
+    for (; p != end && p - digits <= 18; ++p) {
         const unsigned digit = static_cast<unsigned>(*p - '0');
-        if (digit > 9) return false;
+        if (digit > 9) break;
         magnitude = magnitude * 10 + digit;
     }
+    if (p == digits || p - digits > 18) return false;
     // "-0" is a negative zero.
     const Real converted = static_cast<Real>(magnitude);
     value = negative ? -converted : converted;
+    stop = p;
     return true;
 }
 

@@ -30,8 +30,26 @@ bool convertInWindow(const VrmlWindowToken& found, float& value) {
     const bool decimal = (*p != '0' || p[1] == '.') && !(length > 1 && p[1] == 'x');
     if (!decimal) return false;
     const unsigned char* stop;
-    return KelpScan::convertPlainInteger(p, found.end, value) ||
+    return (KelpScan::scanPlainInteger(p, found.end, value, stop) && stop == found.end) ||
            KelpScan::convertPlainNumber(p, found.end, value, stop);
+}
+
+// The shape nearly every index takes, a blank or none and then "-?digits"
+// ended by a byte that cannot continue a number, or a comma right at `p`:
+// found and converted in one pass. False for anything else, which
+// scanWindowToken and convertInWindow then take.
+bool plainIndexAt(const unsigned char* p, const unsigned char* end, VrmlWindowToken& found, float& value) {
+    if (p != end && *p == ',') {
+        found = {WindowKind::Char, p, p + 1, p + 1, 0};
+        return true;
+    }
+    if (p != end && *p == ' ') ++p;
+    if (p == end || *p == '0') return false;
+    const unsigned char* stop;
+    if (!KelpScan::scanPlainInteger(p, end, value, stop) || stop == end || isNumberChar(*stop) || *stop == 'x')
+        return false;
+    found = {WindowKind::Number, p, stop, stop, 0};
+    return true;
 }
 
 }  // namespace
@@ -102,10 +120,15 @@ void VrmlReader::takeIndexRunInWindow(std::vector<std::int32_t>& ints) {
     VrmlWindowToken found;
     VrmlWindowToken last;
     bool moved = false;
-    while (scanWindowToken(p, end, found)) {
+    for (;;) {
         float value = 0.0f;
+        if (!plainIndexAt(p, end, found, value)) {
+            if (!scanWindowToken(p, end, found)) break;
+            if (found.kind == WindowKind::Number ? !convertInWindow(found, value)
+                                                 : found.kind != WindowKind::Char || *found.begin != ',')
+                break;
+        }
         const bool number = found.kind == WindowKind::Number;
-        if (number ? !convertInWindow(found, value) : found.kind != WindowKind::Char || *found.begin != ',') break;
         if (pending) ints.push_back(truncateToInt(pendingValue));
         pending = number;
         pendingValue = value;
