@@ -1,10 +1,13 @@
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 
+#include "scan/ScanSource.h"
+
 #include "VrmlTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -31,7 +34,7 @@ const VrmlField& field(const VrmlNode* node, int kind) {
 }
 
 TEST(VrmlParser, EachReaderFamilyReadsItsValues) {
-    Parsed p("Separator { Coordinate3 { point [0 0 0, 1 0 0, 0 1 0] } Coordinate3 { }\n"
+    Parsed p("Separator { Coordinate3 { point [0 0 0, 1 0 0\n0 1 0] } Coordinate3 { }\n"
              "DirectionalLight { on TRUE intensity 0.5 color [1, 0.5, 0.25] direction 0 -1 0 }\n"
              "AsciiText { string [\"a\", b] justification CENTER width [1, 2 3] }\n"
              "Cone { parts (SIDES | BOTTOM) height 3 } Texture2 { filename \"t.png\" image 2 1 1 255 0 wrapS CLAMP }\n"
@@ -73,8 +76,19 @@ TEST(VrmlParser, IndexListsDropTheNumberBeforeTheBracketAndEveryFourth) {
         // Line sets keep their lists whole (but for the number before "]").
         {"IndexedLineSet { coordIndex [0, 1, 2, -1] }", {0, 1, 2}},
         // Octal bits are a denormal float, truncated to 0.
-        {"IndexedFaceSet { coordIndex [010, 1, 2, -1, ] }", {0, 1, 2}}};
-    for (const auto& [text, expected] : cases) EXPECT_EQ(field(Parsed(text).node, kCoordIndex).ints, expected) << text;
+        {"IndexedFaceSet { coordIndex [010, 1, 2, -1, ] }", {0, 1, 2}},
+        // Shapes beside the plain index: "-0", an "x" in second place (hexadecimal
+        // bits), a leading "0" after a "-" (decimal), double commas, line feeds, and
+        // 20 digits (out of the int range).
+        {"IndexedFaceSet { coordIndex [-0, 5x3 , 12 ,,7,\n-012,\n99999999999999999999, 3, ] }",
+         {0, 0, 12, -12, INT32_MIN}}};
+    // Also with refills falling inside the numbers.
+    for (const std::size_t chunk : {std::size_t(0), std::size_t(1), std::size_t(5)}) {
+        KelpScan::ScanSource::setChunkForTesting(chunk);
+        for (const auto& [text, expected] : cases)
+            EXPECT_EQ(field(Parsed(text).node, kCoordIndex).ints, expected) << text << " " << chunk;
+    }
+    KelpScan::ScanSource::setChunkForTesting(0);
     EXPECT_EQ(field(Parsed("IndexedFaceSet { }").node, kTextureCoordIndex).ints, (Ints{-1}));
 
     // Lengths that are not multiples of four never read past the list.
