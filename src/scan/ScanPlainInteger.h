@@ -18,7 +18,8 @@ inline bool scanPlainInteger(const unsigned char* begin, const unsigned char* en
     const bool negative = begin != end && *begin == '-';
     const unsigned char* const digits = begin + (negative ? 1 : 0);
     const unsigned char* p = digits;
-    std::int64_t magnitude = 0;
+    // Unsigned: a 19th digit, read only to refuse the text, cannot overflow.
+    std::uint64_t magnitude = 0;
     for (; p != end && p - digits <= 18; ++p) {
         const unsigned digit = static_cast<unsigned>(*p - '0');
         if (digit > 9) break;
@@ -26,7 +27,7 @@ inline bool scanPlainInteger(const unsigned char* begin, const unsigned char* en
     }
     if (p == digits || p - digits > 18) return false;
     // "-0" is a negative zero.
-    const Real converted = static_cast<Real>(magnitude);
+    const Real converted = static_cast<Real>(static_cast<std::int64_t>(magnitude));
     value = negative ? -converted : converted;
     stop = p;
     return true;
