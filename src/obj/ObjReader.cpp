@@ -87,6 +87,11 @@ void reserveForAdding(Vector& v, std::size_t adding) {
     v.reserve(grown > v.size() + adding ? grown : v.size() + adding);
 }
 
+template <typename Vector>
+void reserveAtLeast(Vector& v, std::size_t capacity) {
+    if (v.capacity() < capacity) v.reserve(capacity);
+}
+
 void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh, PendingAttributes& pending) {
     const std::uint32_t* const v = corners.vertices.data();
     const std::size_t n = corners.vertexCount;
@@ -190,15 +195,27 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
             }
             case Statement::Vertex:
                 for (float& c : xyz) in.readFloat(c);
+                if (mesh.vertices.size() == mesh.vertices.capacity()) {
+                    const std::size_t capacity =
+                        sizing.listCapacity(ObjFaceSizing::List::Vertices, mesh.vertices.size(), source.offset());
+                    reserveAtLeast(mesh.vertices, capacity);
+                    reserveAtLeast(mesh.vertexFlags, capacity);
+                }
                 mesh.addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
                 for (float& c : uv) in.readFloat(c);
                 if (uv[1] < 0.0f) uv[1] += 1.0f;
+                if (pending.texCoords.size() == pending.texCoords.capacity())
+                    reserveAtLeast(pending.texCoords, sizing.listCapacity(ObjFaceSizing::List::TexCoords,
+                                                                          pending.texCoords.size(), source.offset()));
                 pending.texCoords.push_back({uv[0], uv[1]});
                 break;
             case Statement::Normal:
                 for (float& c : xyz) in.readFloat(c);
+                if (pending.normals.size() == pending.normals.capacity())
+                    reserveAtLeast(pending.normals, sizing.listCapacity(ObjFaceSizing::List::Normals,
+                                                                        pending.normals.size(), source.offset()));
                 pending.normals.push_back({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::Face:
