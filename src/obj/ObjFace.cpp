@@ -15,12 +15,25 @@ std::uint32_t toStoredIndex(std::int32_t number, std::uint32_t vertexCount) {
     return n - 1u;
 }
 
+// A corner takes at least two bytes of the line (a blank or an advance of
+// one, and a character), so a line of `length` bytes records at most this
+// many indices of each kind.
+void makeRoom(std::size_t length, ObjFaceCorners& corners) {
+    const std::size_t most = length / 2 + 2;
+    if (corners.vertices.size() < most) {
+        corners.vertices.resize(most);
+        corners.texCoords.resize(most);
+    }
+    corners.vertexCount = 0;
+    corners.texCoordCount = 0;
+}
+
 void recordComponent(std::size_t component, std::int32_t number, std::uint32_t vertexCount,
                      ObjFaceCorners& corners) {
     if (component == 0)
-        corners.vertices.push_back(toStoredIndex(number, vertexCount));
+        corners.vertices[corners.vertexCount++] = toStoredIndex(number, vertexCount);
     else if (component == 1)
-        corners.texCoords.push_back(toStoredIndex(number, vertexCount));
+        corners.texCoords[corners.texCoordCount++] = toStoredIndex(number, vertexCount);
     // Normal indices (component 2 and beyond) are read but not kept.
 }
 
@@ -42,23 +55,24 @@ void parseCorner(const KelpScan::ScanLocale& locale, const char* word, const cha
     }
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(unsigned char c) { return c >= '0' && c <= '9'; }
 
 // The usual shape in one forward pass: one blank before each corner, corners
 // of short unsigned or negative numbers and '/', and a blank at the end (the
 // line feed that fgets keeps), which stops every digit loop before the end
 // without a test per byte. Anything else (doubled blanks, zero bytes, signs
 // without digits, long numbers, other characters, a last line without its
-// line feed) is left to the general walk: false, with nothing changed.
+// line feed) is left to the general walk: false, with `lastIndex` unchanged.
 bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
                         std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
-    const auto blank = [&locale](char c) { return locale.isSpace(static_cast<unsigned char>(c)); };
-    if (length != 0 && !blank(line[length - 1])) return false;
-    const char* p = line;
-    const char* const end = line + length;
+    const auto blank = [&locale](unsigned char c) { return locale.isSpace(c); };
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(line);
+    const unsigned char* const end = p + length;
+    if (length != 0 && !blank(end[-1])) return false;
+    std::uint32_t* const vertices = corners.vertices.data();
+    std::uint32_t* const texCoords = corners.texCoords.data();
+    std::size_t vertexCountSeen = 0, texCoordCountSeen = 0;
     std::int32_t last = lastIndex;
-    corners.vertices.clear();
-    corners.texCoords.clear();
     for (;;) {
         // One blank, then either a corner or only blanks to the end of the line.
         if (p == end) break;
@@ -74,7 +88,7 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
         for (std::size_t component = 0;; ++component) {
             const bool negative = *p == '-';
             p += negative;
-            const char* const digits = p;
+            const unsigned char* const digits = p;
             std::uint32_t number = 0;  // wraps harmlessly past 9 digits, which go to the general walk
             while (isDigit(*p)) number = number * 10 + static_cast<std::uint32_t>(*p++ - '0');
             if (p - digits > 9) return false;
@@ -90,14 +104,16 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
             }
             if (p != digits || !slash) {
                 if (component == 0)
-                    corners.vertices.push_back(toStoredIndex(last, vertexCount));
+                    vertices[vertexCountSeen++] = toStoredIndex(last, vertexCount);
                 else if (component == 1)
-                    corners.texCoords.push_back(toStoredIndex(last, vertexCount));
+                    texCoords[texCoordCountSeen++] = toStoredIndex(last, vertexCount);
             }
             if (!slash) break;
             ++p;
         }
     }
+    corners.vertexCount = vertexCountSeen;
+    corners.texCoordCount = texCoordCountSeen;
     lastIndex = last;
     return true;
 }
@@ -105,9 +121,10 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
 
 void parseFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::size_t length,
                    std::uint32_t vertexCount, std::int32_t& lastIndex, ObjFaceCorners& corners) {
+    makeRoom(length, corners);
     if (parsePlainFaceLine(locale, line, length, vertexCount, lastIndex, corners)) return;
-    corners.vertices.clear();
-    corners.texCoords.clear();
+    corners.vertexCount = 0;
+    corners.texCoordCount = 0;
     std::size_t offset = 0;
     // The offset can land one byte past a full 2047-byte line (a word that
     // ends at the last byte, reached with no blank before it); past the

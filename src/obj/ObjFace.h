@@ -10,10 +10,15 @@
 
 namespace KelpObj {
 
-// Corner indices of the face being parsed, 0-based as stored in the mesh.
+// Corner indices of the face being parsed, 0-based as stored in the mesh:
+// the first `vertexCount` entries of `vertices` and the first
+// `texCoordCount` of `texCoords`. The storage is sized once per line length
+// and reused, so that a corner costs a store, not an append.
 struct ObjFaceCorners {
     std::vector<std::uint32_t> vertices;
     std::vector<std::uint32_t> texCoords;
+    std::size_t vertexCount = 0;
+    std::size_t texCoordCount = 0;
 };
 
 // Parses the bytes that fgets stored for the rest of an "f" line

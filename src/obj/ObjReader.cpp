@@ -79,17 +79,45 @@ struct PendingAttributes {
     std::vector<KelpCore::Vec3u> faceTexCoords;
 };
 
+// Room for `adding` more elements, grown as one-at-a-time appends would grow it.
+template <typename Vector>
+void reserveForAdding(Vector& v, std::size_t adding) {
+    if (v.capacity() - v.size() >= adding) return;
+    const std::size_t grown = v.capacity() + v.capacity() / 2;
+    v.reserve(grown > v.size() + adding ? grown : v.size() + adding);
+}
+
+template <typename Vector>
+void reserveAtLeast(Vector& v, std::size_t capacity) {
+    if (v.capacity() < capacity) v.reserve(capacity);
+}
+
 void addFan(const KelpObj::ObjFaceCorners& corners, KelpCore::KelpTriMesh& mesh, PendingAttributes& pending) {
-    const std::vector<std::uint32_t>& v = corners.vertices;
-    const std::size_t n = v.size();
-    if (n >= 3)
-        for (std::size_t i = 1; i + 1 < n; ++i) mesh.addFace(v[0], v[i], v[i + 1]);
+    const std::uint32_t* const v = corners.vertices.data();
+    const std::size_t n = corners.vertexCount;
+    if (n >= 3) {
+        if (mesh.faceAttributes == 0) {
+            // The face and flag arrays alone: filled straight, one capacity check each.
+            reserveForAdding(mesh.faces, n - 2);
+            reserveForAdding(mesh.faceFlags, n - 2);
+            for (std::size_t i = 1; i + 1 < n; ++i) {
+                mesh.faces.push_back({v[0], v[i], v[i + 1]});
+                mesh.faceFlags.push_back(0u);
+            }
+            mesh.faceCount += static_cast<std::uint32_t>(n - 2);
+        } else {
+            for (std::size_t i = 1; i + 1 < n; ++i) mesh.addFace(v[0], v[i], v[i + 1]);
+        }
+    }
     // Texture triples follow the vertex fan; where a face has fewer texture
     // indices than corners only the fully recorded triples are kept.
-    const std::vector<std::uint32_t>& t = corners.texCoords;
-    if (t.size() >= 3)
-        for (std::size_t i = 1; i + 1 < n && i + 1 < t.size(); ++i)
-            pending.faceTexCoords.push_back({t[0], t[i], t[i + 1]});
+    const std::uint32_t* const t = corners.texCoords.data();
+    const std::size_t m = corners.texCoordCount;
+    if (n >= 3 && m >= 3) {
+        const std::size_t triples = (n < m ? n : m) - 2;
+        reserveForAdding(pending.faceTexCoords, triples);
+        for (std::size_t i = 1; i <= triples; ++i) pending.faceTexCoords.push_back({t[0], t[i], t[i + 1]});
+    }
 }
 
 void moveNormals(std::vector<KelpCore::Vec3f>& normals, KelpCore::KelpTriMesh& mesh) {
@@ -167,15 +195,27 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
             }
             case Statement::Vertex:
                 for (float& c : xyz) in.readFloat(c);
+                if (mesh.vertices.size() == mesh.vertices.capacity()) {
+                    const std::size_t capacity =
+                        sizing.listCapacity(ObjFaceSizing::List::Vertices, mesh.vertices.size(), source.offset());
+                    reserveAtLeast(mesh.vertices, capacity);
+                    reserveAtLeast(mesh.vertexFlags, capacity);
+                }
                 mesh.addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
                 for (float& c : uv) in.readFloat(c);
                 if (uv[1] < 0.0f) uv[1] += 1.0f;
+                if (pending.texCoords.size() == pending.texCoords.capacity())
+                    reserveAtLeast(pending.texCoords, sizing.listCapacity(ObjFaceSizing::List::TexCoords,
+                                                                          pending.texCoords.size(), source.offset()));
                 pending.texCoords.push_back({uv[0], uv[1]});
                 break;
             case Statement::Normal:
                 for (float& c : xyz) in.readFloat(c);
+                if (pending.normals.size() == pending.normals.capacity())
+                    reserveAtLeast(pending.normals, sizing.listCapacity(ObjFaceSizing::List::Normals,
+                                                                        pending.normals.size(), source.offset()));
                 pending.normals.push_back({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::Face:
@@ -184,8 +224,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
                 sizing.afterVertexGrowth(mesh.vertices.capacity() * sizeof(KelpCore::Vec3f) +
                                          pending.texCoords.capacity() * sizeof(KelpCore::Vec2f) +
                                          pending.normals.capacity() * sizeof(KelpCore::Vec3f));
-                if (corners.vertices.size() >= 3)
-                    sizing.beforeFaces(corners.vertices.size() - 2, source.offset(), mesh, pending.faceTexCoords);
+                if (corners.vertexCount >= 3)
+                    sizing.beforeFaces(corners.vertexCount - 2, source.offset(), mesh, pending.faceTexCoords);
                 addFan(corners, mesh, pending);
                 break;
             case Statement::Other:

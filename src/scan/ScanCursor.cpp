@@ -64,19 +64,9 @@ bool ScanCursor::readWordWidth(std::string& word, std::size_t width) { return ta
 bool ScanCursor::readWord(std::string& word, std::size_t keep) { return takeWord(&word, SIZE_MAX, keep); }
 bool ScanCursor::skipWord() { return takeWord(nullptr, SIZE_MAX, 0); }
 
-bool ScanCursor::readWord(const char*& word, std::size_t& length, std::size_t keep) {
+bool ScanCursor::readWordSlowly(const char*& word, std::size_t& length, std::size_t keep) {
     if (!skipSpaceBeforeConversion()) return false;
-    const unsigned char* const start = in_.next();
-    const unsigned char* p = start;
-    const unsigned char* const end = in_.limit();
-    while (p != end && !locale_.space[*p]) ++p;
-    if (p != end) {
-        in_.advanceTo(p);
-        word = reinterpret_cast<const char*>(start);
-        length = static_cast<std::size_t>(p - start);
-        if (length > keep) length = keep;
-        return true;
-    }
+    if (wordInWindow(word, length, keep)) return true;
     readWord(spill_, keep);
     word = spill_.data();
     length = spill_.size();

@@ -36,8 +36,12 @@ public:
     bool readWord(std::string& word, std::size_t keep);
     // The same, without a copy where it can: [word, word + length) points
     // into the window (or, for a word cut by a refill, into a copy of its
-    // first `keep` bytes) and stays valid until the next read.
-    bool readWord(const char*& word, std::size_t& length, std::size_t keep);
+    // first `keep` bytes) and stays valid until the next read. Inline for
+    // the usual case of a short word between blanks (a statement word), so
+    // that it costs a few compares rather than a call and a refill check.
+    bool readWord(const char*& word, std::size_t& length, std::size_t keep) {
+        return wordInWindow(word, length, keep) || readWordSlowly(word, length, keep);
+    }
     // "%<width>s": at most `width` bytes; the rest of a longer word stays.
     bool readWordWidth(std::string& word, std::size_t width);
     // The same, pointing into the window where it can, as readWord above.
@@ -69,6 +73,22 @@ public:
     bool extractWord(std::string& word, std::size_t keep);
 
 private:
+    // "%s" where the white space before the word and the word itself end
+    // inside the window; false, nothing consumed, otherwise.
+    bool wordInWindow(const char*& word, std::size_t& length, std::size_t keep) {
+        const unsigned char* start = in_.next();
+        const unsigned char* const end = in_.limit();
+        while (start != end && locale_.space[*start]) ++start;
+        const unsigned char* p = start;
+        while (p != end && !locale_.space[*p]) ++p;
+        if (p == end) return false;
+        in_.advanceTo(p);
+        word = reinterpret_cast<const char*>(start);
+        length = static_cast<std::size_t>(p - start);
+        if (length > keep) length = keep;
+        return true;
+    }
+    bool readWordSlowly(const char*& word, std::size_t& length, std::size_t keep);
     // Skips white space before a conversion; false (end-of-file set) when
     // the input ends first.
     bool skipSpaceBeforeConversion();

@@ -139,6 +139,9 @@ TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
     ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
     KelpTest::writeFile(dir.file("m.mtl"), "newmtl m\nmap_Kd t.png\n");
     std::string text = "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nvt 0 0\nvt 1 1\n";
+    // Vertex lists long enough to be sized ahead too, followed by what their density did not foresee.
+    for (int i = 0; i < 9000; ++i) text += "v " + std::to_string(i) + " 2 3\nvn 0 0 " + std::to_string(i) + "\n";
+    for (int i = 0; i < 9000; ++i) text += "vt 0.5 " + std::to_string(i) + "\n";
     for (int i = 0; i < 10000; ++i) text += "f 1/1 2/2 3/1\n";
     for (int i = 0; i < 10000; ++i) text += "# a comment line that the face density did not foresee\n";
     for (int i = 0; i < 30000; ++i) text += "f 1/2 2/1 3/2 4/1\n";
@@ -151,6 +154,12 @@ TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
     EXPECT_EQ(mesh.faces[69999], (Vec3u{0, 2, 3}));
     EXPECT_EQ(mesh.faceTexCoordIndices[0], (Vec3u{0, 1, 0}));
     EXPECT_EQ(mesh.faceTexCoordIndices[69998], (Vec3u{1, 0, 1}));
+    ASSERT_EQ(mesh.vertices.size(), 9004u);
+    ASSERT_EQ(mesh.vertexNormals.size(), 9004u);
+    ASSERT_EQ(mesh.texCoords.size(), 9002u);
+    EXPECT_EQ(mesh.vertices[9003], (Vec3f{8999.0f, 2.0f, 3.0f}));
+    EXPECT_EQ(mesh.vertexNormals[8999], (Vec3f{0.0f, 0.0f, 8999.0f}));
+    EXPECT_EQ(mesh.texCoords[9001], (KelpCore::Vec2f{0.5f, 8999.0f}));
 }
 
 TEST(ObjReader, MissingFileAndGarbage) {

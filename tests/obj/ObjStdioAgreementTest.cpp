@@ -99,7 +99,8 @@ std::string randomObj(std::mt19937& random) {
     static const std::string alphabet = "0123456789.eE+-xXpPnNaAiIfFtTyY \n\t/#";
     static const char* corners[] = {"1", "2", "3", "2/3", "1//2", "-1", "-2", "3/", "/2", "1/2/3", "x", "-/",
                                     "4294967297", "-2147483649", "99999999999999999999", "4/-1", "//", "1/2/3/4",
-                                    "+2", "#", "2\xe3\x80\x80" "3", "\xa0" "1"};
+                                    "+2", "#", "2\xe3\x80\x80" "3", "\xa0" "1", "120/34567", "-1234567",
+                                    "12345678/9", "123456789", "0000002"};
     static const char* gaps[] = {" ", " ", " ", "  ", "\t", "\r\n", "\n", "\n", "\n"};
     auto pick = [&random](const auto& list) { return std::string(list[random() % std::size(list)]); };
     std::string text = "mtllib m.mtl\n";
