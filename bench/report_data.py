@@ -58,29 +58,29 @@ CASES = {
                        peers={"assimp": "assimp-join"}),
     "stl-clustered": dict(title="STL binary read + weld, 1,000,000 triangles clustered into one grid cell",
                           file="stl-clustered-1m.stl", count=1e6, unit="triangles", peak="kelp-stl"),
-    "stl-ascii": dict(short="STL\nASCII", title="STL ASCII read + weld, 200,000 triangles",
+    "stl-ascii": dict(text=True, short="STL\nASCII", title="STL ASCII read + weld, 200,000 triangles",
                       file="stl-ascii-sphere-200k.stl", count=2e5, unit="triangles", peak="kelp-stl",
                       peers={"assimp": "assimp-join"}),
     "stl-write": dict(title="STL binary write, 1,000,000 triangles", file="stl-sphere-1m-out.stl", count=1e6,
                       unit="triangles"),
     "stl-weld": dict(title="STL welding alone, 1,000,000-triangle soups (3,000,000 corners)", file=None,
                      count=1e6, unit="triangles", reference="evenly spread", vs="× evenly spread"),
-    "asc": dict(short="ASC", title="ASC read, 1,000,000 points", file="cloud-1m.asc", count=1e6, unit="points", peak="kelp-asc"),
+    "asc": dict(text=True, short="ASC", title="ASC read, 1,000,000 points", file="cloud-1m.asc", count=1e6, unit="points", peak="kelp-asc"),
     "asc-write": dict(title="ASC write, 1,000,000 points", file="cloud-1m-out.asc", count=1e6, unit="points"),
-    "dxf": dict(short="DXF", title="DXF read, 1,000,000 POINT entities", file="cloud-1m.dxf", count=1e6, unit="points",
+    "dxf": dict(text=True, short="DXF", title="DXF read, 1,000,000 POINT entities", file="cloud-1m.dxf", count=1e6, unit="points",
                 peak="kelp-dxf"),
     "3ds": dict(short="3DS", title="3DS read, 60 objects, 3,600,000 triangles", file="grid-60x60k.3ds", count=3.6e6,
                 unit="triangles", peak="kelp-3ds"),
-    "obj": dict(short="OBJ", title="OBJ read, 1,000,000 triangles, v/vt/vn corners", file="bench-1m.obj", count=1e6,
+    "obj": dict(text=True, short="OBJ", title="OBJ read, 1,000,000 triangles, v/vt/vn corners", file="bench-1m.obj", count=1e6,
                 unit="triangles", peak="kelp-obj"),
     "obj-write": dict(title="OBJ write, 1,000,000 triangles (file size: the library's output)",
                       file="bench-out-kelp.obj", count=1e6, unit="triangles"),
     "jpeg": dict(title="JPEG texture load, 4096 x 4096 RGB", file="bench-4096.jpg", count=None, unit=None),
     "ply-binary": dict(short="PLY\nbinary", title="PLY binary_little_endian read, 2,000,000 vertices, 4,000,000 triangles",
                        file="mesh-2m-4m-le.ply", count=4e6, unit="triangles", peak="kelp-ply"),
-    "ply-ascii": dict(short="PLY\nASCII", title="PLY ASCII read, 200,000 triangles", file="mesh-200k-ascii.ply", count=2e5,
+    "ply-ascii": dict(text=True, short="PLY\nASCII", title="PLY ASCII read, 200,000 triangles", file="mesh-200k-ascii.ply", count=2e5,
                       unit="triangles", peak="kelp-ply"),
-    "wrl": dict(short="VRML", title="VRML 1.0 read, 1,000,000 triangles", file="vrml-grid-1m.wrl", count=1e6, unit="triangles",
+    "wrl": dict(text=True, short="VRML", title="VRML 1.0 read, 1,000,000 triangles", file="vrml-grid-1m.wrl", count=1e6, unit="triangles",
                 peak="kelp-wrl"),
 }
 
@@ -94,6 +94,9 @@ SHARED_PEERS = ("fast_obj", "rapidobj", "miniply")
 # Peak memory budget of a text reader: 1.5 times the arrays it returns plus 16 MiB.
 BUDGET_FACTOR, BUDGET_SLACK = 1.5, 16 * 1024 * 1024
 TEXT_READERS = ("kelp-asc", "kelp-dxf", "kelp-obj", "kelp-ply", "kelp-wrl", "kelp-stl")
+# Files beyond the per-format cases that a text reader's memory target covers:
+# (format, kelp_peak reader, file); the 10M OBJ is the largest scaling file.
+LARGE_TEXT_FILES = (("OBJ", "kelp-obj", "scaling-10000000.obj"),)
 
 SCALING = {  # benchmark family prefix -> (format title, role)
     "BM_ScaleStlBinary": ("binary STL read + weld", None),
@@ -148,6 +151,33 @@ def load_runs(results):
                              bytes_per_second=b.get("bytes_per_second"),
                              file_bytes=b.get("file_bytes")))
     return runs
+
+
+def peak_budget(reader, file, peak):
+    """Bytes a read grew the process's peak by, and its text-reader budget
+    (None for readers without one)."""
+    grown = (peak["peak_kb"] - peak["baseline_kb"]) * 1024
+    if reader not in TEXT_READERS:
+        return grown, None
+    limit = BUDGET_FACTOR * peak["container_bytes"] + BUDGET_SLACK
+    if reader == "kelp-stl" and "ascii" in file:
+        limit += 36 * (peak["triangles"] or 0)
+    return grown, limit
+
+
+def load_baseline(results):
+    """The reads of bench/baseline/run: file -> "before"/"current" -> list of
+    reads (cpu_seconds, vertices, triangles), the earlier commit, and why the
+    comparison was skipped (empty when it ran)."""
+    reads = {}
+    path = os.path.join(results, "baseline.jsonl")
+    if os.path.exists(path):
+        for line in open(path):
+            if line.startswith("{"):
+                p = json.loads(line)
+                if p.get("ok"):
+                    reads.setdefault(os.path.basename(p["file"]), {}).setdefault(p["label"], []).append(p)
+    return reads, read_text(results, "baseline-commit.txt"), read_text(results, "baseline-skipped.txt")
 
 
 def load_peaks(results):

@@ -8,6 +8,7 @@
 // nothing and exits 0, so the report simply has no row for it).
 #include <KelpFileIO.h>
 
+#include "support/KelpReads.h"
 #include "support/PeerReaders.h"
 
 #include <assimp/Importer.hpp>
@@ -26,52 +27,13 @@
 
 namespace {
 
-struct Outcome {
-    bool ok = false;
-    std::uint64_t containerBytes = 0;
-    std::uint64_t vertices = 0;
-    std::uint64_t triangles = 0;
-};
+using KelpBench::bytesOf;
+using Outcome = KelpBench::ReadOutcome;
 
 long peakKilobytes() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss;
-}
-
-template <class T>
-std::uint64_t bytesOf(const std::vector<T>& v) {
-    return static_cast<std::uint64_t>(v.size()) * sizeof(T);
-}
-
-std::uint64_t bytesOf(const KelpCore::KelpPointSet& cloud) {
-    return bytesOf(cloud.vertices) + bytesOf(cloud.vertexFlags) + bytesOf(cloud.vertexNormals) +
-           bytesOf(cloud.vertexAuxVectors) + bytesOf(cloud.vertexAuxValues);
-}
-
-std::uint64_t bytesOf(const KelpCore::KelpTriMesh& mesh) {
-    return bytesOf(static_cast<const KelpCore::KelpPointSet&>(mesh)) + bytesOf(mesh.faces) + bytesOf(mesh.faceFlags) +
-           bytesOf(mesh.faceNormals) + bytesOf(mesh.faceAuxVectors) + bytesOf(mesh.faceAuxValues) +
-           bytesOf(mesh.faceTexCoordIndices) + bytesOf(mesh.texCoords);
-}
-
-Outcome readCloud(bool (*read)(const char*, KelpCore::KelpPointSet*), const char* path) {
-    KelpCore::KelpPointSet cloud;
-    Outcome outcome;
-    outcome.ok = read(path, &cloud);
-    outcome.containerBytes = bytesOf(cloud);
-    outcome.vertices = cloud.vertexCount;
-    return outcome;
-}
-
-Outcome readMesh(bool (*read)(const char*, KelpCore::KelpTriMesh*), const char* path) {
-    KelpCore::KelpTriMesh mesh;
-    Outcome outcome;
-    outcome.ok = read(path, &mesh);
-    outcome.containerBytes = bytesOf(mesh);
-    outcome.vertices = mesh.vertexCount;
-    outcome.triangles = mesh.faceCount;
-    return outcome;
 }
 
 Outcome readAssimp(const char* path, unsigned flags) {
@@ -133,14 +95,8 @@ int main(int argc, char** argv) {
     const char* path = argv[2];
     const long before = peakKilobytes();
     Outcome outcome;
-    if (reader == "kelp-asc") outcome = readCloud(KelpGraphic::KelpReadAsc, path);
-    else if (reader == "kelp-dxf") outcome = readCloud(KelpGraphic::KelpReadDxf, path);
-    else if (reader == "kelp-3ds") outcome = readMesh(KelpGraphic::KelpRead3ds, path);
-    else if (reader == "kelp-obj") outcome = readMesh(KelpGraphic::KelpReadObj, path);
-    else if (reader == "kelp-ply") outcome = readMesh(KelpGraphic::KelpReadPly, path);
-    else if (reader == "kelp-wrl") outcome = readMesh(KelpGraphic::KelpReadWrl, path);
-    else if (reader == "kelp-stl") outcome = readMesh(KelpGraphic::KelpReadStl, path);
-    else if (reader == "assimp") outcome = readAssimp(path, 0);
+    if (KelpBench::readWithKelp(reader, path, outcome)) {  // one of the library's own
+    } else if (reader == "assimp") outcome = readAssimp(path, 0);
     else if (reader == "assimp-join") outcome = readAssimp(path, aiProcess_JoinIdenticalVertices);
     else if (reader == "tinyobjloader") outcome = readTinyObj(path);
     else if (reader == "fast_obj" || reader == "rapidobj" || reader == "miniply") {

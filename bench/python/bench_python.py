@@ -78,7 +78,7 @@ print(statistics.median(times[1:]), statistics.median(cpu[1:]), base, peak)
 def cpp_time(build, program, benchmark, scratch):
     """(wall, CPU) seconds per read of the C++ benchmark, medians of three
     repetitions (generating its file on the way)."""
-    out = subprocess.run([os.path.join(build, "bench", program), f"--benchmark_filter=^{benchmark}$",
+    out = subprocess.run([os.path.join(build, "bench", program), f"--benchmark_filter=^{benchmark}(/|$)",
                           "--benchmark_repetitions=3", "--benchmark_format=json"],
                          capture_output=True, text=True, check=True, env=dict(os.environ, KELP_BENCH_DIR=scratch))
     row = next(r for r in json.loads(out.stdout)["benchmarks"] if r.get("aggregate_name") == "median")
