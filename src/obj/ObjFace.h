@@ -14,6 +14,7 @@ namespace KelpObj {
 struct ObjFaceCorners {
     std::vector<std::uint32_t> vertices;
     std::vector<std::uint32_t> texCoords;
+    unsigned staleIndices = 0;  // parts without a number, which recorded the last index read
 };
 
 // Parses the bytes that fgets stored for the rest of an "f" line

@@ -34,30 +34,43 @@ struct Word {
     }
 };
 
+// A value that is no number leaves the coordinate as it was and stays to be
+// read as the next word. True when the value was read.
+bool readCoordinate(KelpScan::ScanCursor& scan, float& value, std::FILE* file, const char* group) {
+    if (scan.readFloat(value)) return true;
+    if (!scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), group);
+    return false;
+}
+
 // The words after "POINT" up to the "0" that ends it. Any word "0" ends the
 // point, a layer value "0" before the coordinates included: the point then
 // repeats the coordinates of the one before, and its own are passed over by
 // the entity scan. False when the file ends first (nothing is appended).
 // `endsec` tells whether the last word read was "ENDSEC" (a file that ends
 // inside a point after that word has still ended its section).
-bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec) {
+bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec,
+               std::FILE* file) {
     Word word;
+    // Whether the next word stands where a group's value does (words after
+    // "POINT" come as pairs of a group code and its value).
+    bool atValue = false;
     while (word.read(scan)) {
         endsec = false;
         if (word.is("0")) {
+            if (atValue) noteDxfZeroValue(file, scan.source().offset());
             cloud.addVertex({xyz[0], xyz[1], xyz[2]});
             return true;
         }
-        // A value that is no number leaves the coordinate as it was and
-        // stays to be read as the next word.
         if (word.is("10"))
-            scan.readFloat(xyz[0]);
+            atValue = !readCoordinate(scan, xyz[0], file, "10");
         else if (word.is("20"))
-            scan.readFloat(xyz[1]);
+            atValue = !readCoordinate(scan, xyz[1], file, "20");
         else if (word.is("30"))
-            scan.readFloat(xyz[2]);
-        else
+            atValue = !readCoordinate(scan, xyz[2], file, "30");
+        else {
             endsec = word.is("ENDSEC");
+            atValue = !atValue;
+        }
     }
     return false;
 }
@@ -86,7 +99,7 @@ bool readDxfPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
     bool endsec = false;
     while (next.read(scan) && !(endsec = next.is("ENDSEC"))) {
-        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec)) break;
+        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec, file)) break;
     }
     if (!endsec) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     return true;

@@ -1,6 +1,8 @@
 // What the ASC and DXF readers tell the call report at their decision points.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -10,6 +12,16 @@ namespace KelpPointCloud {
 // finds the file at its end: an empty file gives one point (0, 0, 0), a final
 // line feed repeats the last point.
 void noteAscEnding(bool emptyFile);
+
+// A line whose coordinate did not read, the scan at byte `offset` of `file`:
+// its point keeps the values the line before left.
+void noteAscStaleCoordinate(std::FILE* file, std::uint64_t offset);
+
+// Inside a POINT, the scan at byte `offset`: the value after group `group`
+// ("10", "20", "30") did not read as a number; a word "0" in a value's place
+// ended the point.
+void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, const char* group);
+void noteDxfZeroValue(std::FILE* file, std::uint64_t offset);
 
 // The reason for a DXF header word that is not `expected` or, when not `read`,
 // missing; `offset` is where the scan stands. Returns false.

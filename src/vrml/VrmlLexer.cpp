@@ -2,6 +2,7 @@
 // line counting, tokens with one token of look-ahead, and the error text.
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
+#include "vrml/VrmlReport.h"
 
 #include "scan/ScanLocale.h"
 #include "scan/ScanNumber.h"
@@ -197,6 +198,7 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
         }
     }
     text[length] = '\0';
+    if ((pushBack_ | 0x20) == 'e') noteExponent(line_, text);
 
     bool converted;
     switch (format) {
@@ -217,6 +219,7 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
         setError("Number format error");
         return kTokenBadNumber;
     }
+    if (format != Format::Decimal && length > 1) noteIfLeadingZero(line_, text, token.value);
     return kTokenNumber;
 }
 
