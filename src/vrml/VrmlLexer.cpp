@@ -202,8 +202,12 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
 
     bool converted;
     switch (format) {
-    case Format::Octal: converted = convertOctal(text, token.value); break;
-    case Format::Hex: converted = convertHex(text, token.value); break;
+    // A lone "0" reads as 0 either way.
+    case Format::Octal:
+    case Format::Hex:
+        converted = format == Format::Octal ? convertOctal(text, token.value) : convertHex(text, token.value);
+        if (converted && length > 1) noteIfLeadingZero(line_, text, token.value);
+        break;
     default: {
         // "%f": a plain number (whatever follows it ignored) in one pass; the
         // rest, such as a decimal text with an 'x' in it ("0x.8", a
@@ -219,7 +223,6 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
         setError("Number format error");
         return kTokenBadNumber;
     }
-    if (format != Format::Decimal && length > 1) noteIfLeadingZero(line_, text, token.value);
     return kTokenNumber;
 }
 
