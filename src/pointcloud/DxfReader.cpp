@@ -34,11 +34,13 @@ struct Word {
     }
 };
 
-// A value that is no number leaves the coordinate as it was and stays to be
+// The value of group "10", "20" or "30" (`axis` 0 to 2), marked in `seen`. A
+// value that is no number leaves the coordinate as it was and stays to be
 // read as the next word. True when the value was read.
-bool readCoordinate(KelpScan::ScanCursor& scan, float& value, std::FILE* file, const char* group) {
-    if (scan.readFloat(value)) return true;
-    if (!scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), group);
+bool readCoordinate(KelpScan::ScanCursor& scan, float (&xyz)[3], int axis, unsigned& seen, std::FILE* file) {
+    seen |= 1u << axis;
+    if (scan.readFloat(xyz[axis])) return true;
+    if (!scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), axis);
     return false;
 }
 
@@ -54,19 +56,21 @@ bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointS
     // Whether the next word stands where a group's value does (words after
     // "POINT" come as pairs of a group code and its value).
     bool atValue = false;
+    unsigned seen = 0;
     while (word.read(scan)) {
         endsec = false;
         if (word.is("0")) {
             if (atValue) noteDxfZeroValue(file, scan.source().offset());
+            else if (seen != 7) noteDxfMissingCoordinates(file, scan.source().offset(), seen);
             cloud.addVertex({xyz[0], xyz[1], xyz[2]});
             return true;
         }
         if (word.is("10"))
-            atValue = !readCoordinate(scan, xyz[0], file, "10");
+            atValue = !readCoordinate(scan, xyz, 0, seen, file);
         else if (word.is("20"))
-            atValue = !readCoordinate(scan, xyz[1], file, "20");
+            atValue = !readCoordinate(scan, xyz, 1, seen, file);
         else if (word.is("30"))
-            atValue = !readCoordinate(scan, xyz[2], file, "30");
+            atValue = !readCoordinate(scan, xyz, 2, seen, file);
         else {
             endsec = word.is("ENDSEC");
             atValue = !atValue;

@@ -12,11 +12,27 @@ void noteAscStaleCoordinate(std::FILE* file, std::uint64_t offset) {
     KelpRecord::noteAt(Code::AscStaleCoordinate, file, offset);
 }
 
-void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, const char* group) {
-    KelpRecord::noteAt(Code::DxfStaleCoordinate, file, offset, group);
+namespace {
+const char* const kCoordinateGroups[] = {"10", "20", "30"};
+}
+
+void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, int axis) {
+    KelpRecord::noteAt(Code::DxfStaleCoordinate, file, offset, kCoordinateGroups[axis]);
 }
 
 void noteDxfZeroValue(std::FILE* file, std::uint64_t offset) { KelpRecord::noteAt(Code::DxfZeroValue, file, offset); }
+
+void noteDxfMissingCoordinates(std::FILE* file, std::uint64_t offset, unsigned seen) {
+    // The groups are named on the first firing only; a repeat only counts.
+    if (KelpRecord::noted(Code::DxfMissingCoordinates)) {
+        KelpRecord::note(Code::DxfMissingCoordinates);
+        return;
+    }
+    std::string missing;
+    for (int axis = 0; axis < 3; ++axis)
+        if (!(seen & (1u << axis))) missing += std::string(missing.empty() ? "\"" : ", \"") + kCoordinateGroups[axis] + "\"";
+    KelpRecord::noteAt(Code::DxfMissingCoordinates, file, offset, missing);
+}
 
 bool failDxfHeader(bool read, std::string_view word, const char* expected, std::size_t offset) {
     std::string text = "expected \"";

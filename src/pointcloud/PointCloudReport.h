@@ -17,11 +17,13 @@ void noteAscEnding(bool emptyFile);
 // its point keeps the values the line before left.
 void noteAscStaleCoordinate(std::FILE* file, std::uint64_t offset);
 
-// Inside a POINT, the scan at byte `offset`: the value after group `group`
-// ("10", "20", "30") did not read as a number; a word "0" in a value's place
-// ended the point.
-void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, const char* group);
+// Inside a POINT, the scan at byte `offset`: the value of coordinate `axis`
+// (group "10", "20" or "30") did not read as a number; a word "0" in a
+// value's place ended the point; the point ended with only the coordinate
+// groups marked in `seen` (bit 0 for "10" ...).
+void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, int axis);
 void noteDxfZeroValue(std::FILE* file, std::uint64_t offset);
+void noteDxfMissingCoordinates(std::FILE* file, std::uint64_t offset, unsigned seen);
 
 // The reason for a DXF header word that is not `expected` or, when not `read`,
 // missing; `offset` is where the scan stands. Returns false.

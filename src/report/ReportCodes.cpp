@@ -51,6 +51,9 @@ const CodeInfo kTable[] = {
     {Code::DxfZeroValue, "dxf.zero-value",
      "DXF: {l}: a group value \"0\" (such as the layer \"0\") ends a POINT: the point is appended with the "
      "coordinates held before, and the rest of the entity is passed over"},
+    {Code::DxfMissingCoordinates, "dxf.missing-coordinates",
+     "DXF: {l}: a POINT ends without a value for group {t}: those coordinates keep their values from the point "
+     "before (0 before the first)"},
 
     {Code::ObjOpen, "obj.open", "OBJ: cannot open the file ({t})"},
     {Code::ObjWriteOpen, "obj.write.open", "OBJ: cannot create the file ({t})"},

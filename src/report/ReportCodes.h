@@ -35,6 +35,7 @@ enum class Code : std::uint16_t {
     DxfNoEndsec = 351,
     DxfStaleCoordinate = 352,
     DxfZeroValue = 353,
+    DxfMissingCoordinates = 354,
 
     ObjOpen = 401,
     ObjWriteOpen = 402,

@@ -127,12 +127,14 @@ TEST(Report, Dxf) {
         {"wrong word", "0\nSECTOIN\n", false, "dxf.header", "expected \"SECTION\", found \"SECTOIN\" (before byte 9)", {"locale.left"}},
         {"ends in header", "0\n", false, "dxf.header", "expected \"SECTION\", found the end of the file", {"locale.left"}},
         {"no entities", "0\nSECTION\n2\nHEADER\n", false, "dxf.no-entities", "file's 19 bytes", {"locale.left"}},
-        {"complete", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n0\nENDSEC\n", true, "", "", {}},
+        {"complete", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n3\n0\nENDSEC\n", true, "", "", {}},
         {"no endsec", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n", true, "", "before \"ENDSEC\"", {"dxf.no-endsec"}},
-        {"unreadable coordinate", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\nabc\n0\nENDSEC\n", true, "",
+        {"unreadable coordinate", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\nabc\n30\n3\n0\nENDSEC\n", true, "",
          "line 10: the value after group \"20\"", {"dxf.stale-coordinate"}},
         {"layer zero", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n8\n0\n10\n1\n0\nPOINT\n8\n0\n0\nENDSEC\n", true, "",
          "line 8: a group value \"0\"", {"dxf.zero-value"}, 2},
+        {"no z", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n3\n0\nPOINT\n10\n4\n20\n5\n0\nENDSEC\n", true, "",
+         "line 19: a POINT ends without a value for group \"30\"", {"dxf.missing-coordinates"}},
     });
 }
 
