@@ -36,12 +36,10 @@ struct Word {
 
 // The value of group "10", "20" or "30" (`axis` 0 to 2), marked in `seen`. A
 // value that is no number leaves the coordinate as it was and stays to be
-// read as the next word. True when the value was read.
-bool readCoordinate(KelpScan::ScanCursor& scan, float (&xyz)[3], int axis, unsigned& seen, std::FILE* file) {
+// read as the next word.
+void readCoordinate(KelpScan::ScanCursor& scan, float (&xyz)[3], int axis, unsigned& seen, std::FILE* file) {
     seen |= 1u << axis;
-    if (scan.readFloat(xyz[axis])) return true;
-    if (!scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), axis);
-    return false;
+    if (!scan.readFloat(xyz[axis]) && !scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), axis);
 }
 
 // The words after "POINT" up to the "0" that ends it. Any word "0" ends the
@@ -53,28 +51,23 @@ bool readCoordinate(KelpScan::ScanCursor& scan, float (&xyz)[3], int axis, unsig
 bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec,
                std::FILE* file) {
     Word word;
-    // Whether the next word stands where a group's value does (words after
-    // "POINT" come as pairs of a group code and its value).
-    bool atValue = false;
+    // The coordinate groups read in this point, a bit each.
     unsigned seen = 0;
     while (word.read(scan)) {
         endsec = false;
         if (word.is("0")) {
-            if (atValue) noteDxfZeroValue(file, scan.source().offset());
-            else if (seen != 7) noteDxfMissingCoordinates(file, scan.source().offset(), seen);
+            if (seen != 7) noteDxfPointEnding(file, scan.source().offset(), seen);
             cloud.addVertex({xyz[0], xyz[1], xyz[2]});
             return true;
         }
         if (word.is("10"))
-            atValue = !readCoordinate(scan, xyz, 0, seen, file);
+            readCoordinate(scan, xyz, 0, seen, file);
         else if (word.is("20"))
-            atValue = !readCoordinate(scan, xyz, 1, seen, file);
+            readCoordinate(scan, xyz, 1, seen, file);
         else if (word.is("30"))
-            atValue = !readCoordinate(scan, xyz, 2, seen, file);
-        else {
+            readCoordinate(scan, xyz, 2, seen, file);
+        else
             endsec = word.is("ENDSEC");
-            atValue = !atValue;
-        }
     }
     return false;
 }

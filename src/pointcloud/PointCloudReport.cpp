@@ -20,9 +20,11 @@ void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, int axis) {
     KelpRecord::noteAt(Code::DxfStaleCoordinate, file, offset, kCoordinateGroups[axis]);
 }
 
-void noteDxfZeroValue(std::FILE* file, std::uint64_t offset) { KelpRecord::noteAt(Code::DxfZeroValue, file, offset); }
-
-void noteDxfMissingCoordinates(std::FILE* file, std::uint64_t offset, unsigned seen) {
+void noteDxfPointEnding(std::FILE* file, std::uint64_t offset, unsigned seen) {
+    if (seen == 0) {
+        KelpRecord::noteAt(Code::DxfZeroValue, file, offset);
+        return;
+    }
     // The groups are named on the first firing only; a repeat only counts.
     if (KelpRecord::noted(Code::DxfMissingCoordinates)) {
         KelpRecord::note(Code::DxfMissingCoordinates);

@@ -18,12 +18,11 @@ void noteAscEnding(bool emptyFile);
 void noteAscStaleCoordinate(std::FILE* file, std::uint64_t offset);
 
 // Inside a POINT, the scan at byte `offset`: the value of coordinate `axis`
-// (group "10", "20" or "30") did not read as a number; a word "0" in a
-// value's place ended the point; the point ended with only the coordinate
-// groups marked in `seen` (bit 0 for "10" ...).
+// (group "10", "20" or "30") did not read as a number; a word "0" ended the
+// point with only the coordinate groups marked in `seen` (bit 0 for "10" ...)
+// read: with none, the "0" is taken for a value such as the layer "0".
 void noteDxfStaleCoordinate(std::FILE* file, std::uint64_t offset, int axis);
-void noteDxfZeroValue(std::FILE* file, std::uint64_t offset);
-void noteDxfMissingCoordinates(std::FILE* file, std::uint64_t offset, unsigned seen);
+void noteDxfPointEnding(std::FILE* file, std::uint64_t offset, unsigned seen);
 
 // The reason for a DXF header word that is not `expected` or, when not `read`,
 // missing; `offset` is where the scan stands. Returns false.

@@ -49,8 +49,9 @@ const CodeInfo kTable[] = {
      "DXF: {l}: the value after group \"{t}\" does not read as a number: the coordinate keeps its value from before, "
      "and the word is read again as the next word"},
     {Code::DxfZeroValue, "dxf.zero-value",
-     "DXF: {l}: a group value \"0\" (such as the layer \"0\") ends a POINT: the point is appended with the "
-     "coordinates held before, and the rest of the entity is passed over"},
+     "DXF: {l}: a word \"0\" ends a POINT before any of its coordinates (a group value \"0\", such as the layer "
+     "\"0\", written before them): the point is appended with the coordinates held before, and the rest of the "
+     "entity is passed over"},
     {Code::DxfMissingCoordinates, "dxf.missing-coordinates",
      "DXF: {l}: a POINT ends without a value for group {t}: those coordinates keep their values from the point "
      "before (0 before the first)"},

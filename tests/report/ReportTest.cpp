@@ -132,7 +132,7 @@ TEST(Report, Dxf) {
         {"unreadable coordinate", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\nabc\n30\n3\n0\nENDSEC\n", true, "",
          "line 10: the value after group \"20\"", {"dxf.stale-coordinate"}},
         {"layer zero", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n8\n0\n10\n1\n0\nPOINT\n8\n0\n0\nENDSEC\n", true, "",
-         "line 8: a group value \"0\"", {"dxf.zero-value"}, 2},
+         "line 8: a word \"0\" ends a POINT before any of its coordinates", {"dxf.zero-value"}, 2},
         {"no z", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n3\n0\nPOINT\n10\n4\n20\n5\n0\nENDSEC\n", true, "",
          "line 19: a POINT ends without a value for group \"30\"", {"dxf.missing-coordinates"}},
     });
