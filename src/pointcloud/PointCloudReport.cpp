@@ -31,8 +31,12 @@ void noteDxfPointEnding(std::FILE* file, std::uint64_t offset, unsigned seen) {
         return;
     }
     std::string missing;
-    for (int axis = 0; axis < 3; ++axis)
-        if (!(seen & (1u << axis))) missing += std::string(missing.empty() ? "\"" : ", \"") + kCoordinateGroups[axis] + "\"";
+    for (int axis = 0; axis < 3; ++axis) {
+        if (seen & (1u << axis)) continue;
+        missing += missing.empty() ? "\"" : ", \"";
+        missing += kCoordinateGroups[axis];
+        missing += '"';
+    }
     KelpRecord::noteAt(Code::DxfMissingCoordinates, file, offset, missing);
 }
 
