@@ -5,7 +5,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string path = KelpFuzz::writeInput("input.dxf", data, size);
     KelpCore::KelpPointSet cloud;
-    KelpGraphic::KelpReadDxf(path.c_str(), &cloud);
-    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
+    KelpFuzz::checkReport(KelpGraphic::KelpReadDxf(path.c_str(), &cloud));
     return 0;
 }

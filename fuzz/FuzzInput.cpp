@@ -2,6 +2,8 @@
 
 #include "scan/ScanSource.h"
 
+#include <KelpReport.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -36,6 +38,12 @@ std::string writeInput(const std::string& name, const std::uint8_t* data, std::s
     if (size && std::fwrite(data, 1, size, file) != size) std::abort();
     std::fclose(file);
     return path;
+}
+
+void checkReport(bool result) {
+    const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
+    const bool reasoned = report.reasonCode != 0 && *report.reason != '\0';
+    if (report.result != (result ? 1 : 0) || reasoned == result) std::abort();
 }
 
 }  // namespace KelpFuzz

@@ -16,4 +16,9 @@ const std::string& privateDir();
 // bytes for half the inputs, the default for the rest).
 std::string writeInput(const std::string& name, const std::uint8_t* data, std::size_t size);
 
+// Formats the call report of the read that returned `result`, and aborts
+// when the report disagrees with it: a false without a reason, or a reason
+// beside a true.
+void checkReport(bool result);
+
 }  // namespace KelpFuzz

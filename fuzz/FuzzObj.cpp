@@ -36,7 +36,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     write("input.obj", obj);
     const std::string path = KelpFuzz::privateDir() + "/input.obj";
     KelpCore::KelpTriMesh mesh;
-    KelpGraphic::KelpReadObj(path.c_str(), &mesh);
-    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
+    KelpFuzz::checkReport(KelpGraphic::KelpReadObj(path.c_str(), &mesh));
     return 0;
 }

@@ -53,7 +53,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (announcesHugeMesh(data, size)) return -1;
     const std::string path = KelpFuzz::writeInput("input.ply", data, size);
     KelpCore::KelpTriMesh mesh;
-    KelpGraphic::KelpReadPly(path.c_str(), &mesh);
-    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
+    KelpFuzz::checkReport(KelpGraphic::KelpReadPly(path.c_str(), &mesh));
     return 0;
 }

@@ -32,7 +32,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (announcesHugeBinaryMesh(data, size)) return -1;
     const std::string path = KelpFuzz::writeInput("input.stl", data, size);
     KelpCore::KelpTriMesh mesh;
-    KelpGraphic::KelpReadStl(path.c_str(), &mesh);
-    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
+    KelpFuzz::checkReport(KelpGraphic::KelpReadStl(path.c_str(), &mesh));
     return 0;
 }

@@ -41,7 +41,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string path = KelpFuzz::writeInput("input.wrl", data, size);
     if (expandsBeyond(path, std::uint64_t{1} << 22)) return -1;
     KelpCore::KelpTriMesh mesh;
-    KelpGraphic::KelpReadWrl(path.c_str(), &mesh);
-    KelpGraphic::KelpLastReport();  // formats the reason and notes of this input
+    KelpFuzz::checkReport(KelpGraphic::KelpReadWrl(path.c_str(), &mesh));
     return 0;
 }

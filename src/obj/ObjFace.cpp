@@ -26,6 +26,7 @@ void makeRoom(std::size_t length, ObjFaceCorners& corners) {
     }
     corners.vertexCount = 0;
     corners.texCoordCount = 0;
+    corners.staleIndices = 0;
 }
 
 void recordComponent(std::size_t component, std::int32_t number, std::uint32_t vertexCount,
@@ -48,6 +49,7 @@ void parseCorner(const KelpScan::ScanLocale& locale, const char* word, const cha
             // "%d" reads from the component's start; it stops at the '/'.
             std::int32_t number;
             if (KelpScan::scanIntText(componentStart, componentEnd, locale.space, number)) lastIndex = number;
+            else ++corners.staleIndices;
             recordComponent(component, lastIndex, vertexCount, corners);
         }
         if (isLast) break;
@@ -99,6 +101,7 @@ bool parsePlainFaceLine(const KelpScan::ScanLocale& locale, const char* line, st
                 // An empty component before a '/' records nothing; a sign
                 // without digits is left to the general walk.
                 if (negative) return false;
+                corners.staleIndices += !slash;
             } else {
                 last = negative ? -static_cast<std::int32_t>(number) : static_cast<std::int32_t>(number);
             }
@@ -125,6 +128,7 @@ void parseFaceLine(const KelpScan::ScanLocale& locale, const char* line, std::si
     if (parsePlainFaceLine(locale, line, length, vertexCount, lastIndex, corners)) return;
     corners.vertexCount = 0;
     corners.texCoordCount = 0;
+    corners.staleIndices = 0;
     std::size_t offset = 0;
     // The offset can land one byte past a full 2047-byte line (a word that
     // ends at the last byte, reached with no blank before it); past the

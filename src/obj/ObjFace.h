@@ -19,6 +19,7 @@ struct ObjFaceCorners {
     std::vector<std::uint32_t> texCoords;
     std::size_t vertexCount = 0;
     std::size_t texCoordCount = 0;
+    unsigned staleIndices = 0;  // parts without a number, which recorded the last index read
 };
 
 // Parses the bytes that fgets stored for the rest of an "f" line

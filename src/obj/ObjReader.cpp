@@ -17,6 +17,7 @@
 
 #include "obj/ObjFace.h"
 #include "obj/ObjMaterial.h"
+#include "obj/ObjReport.h"
 #include "obj/ObjSizing.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
@@ -194,7 +195,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
                 break;
             }
             case Statement::Vertex:
-                for (float& c : xyz) in.readFloat(c);
+                for (float& c : xyz)
+                    if (!in.readFloat(c)) noteStaleNumber(file, source.offset(), "v");
                 if (mesh.vertices.size() == mesh.vertices.capacity()) {
                     const std::size_t capacity =
                         sizing.listCapacity(ObjFaceSizing::List::Vertices, mesh.vertices.size(), source.offset());
@@ -204,7 +206,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
                 mesh.addVertex({xyz[0], xyz[1], xyz[2]});
                 break;
             case Statement::TexCoord:
-                for (float& c : uv) in.readFloat(c);
+                for (float& c : uv)
+                    if (!in.readFloat(c)) noteStaleNumber(file, source.offset(), "vt");
                 if (uv[1] < 0.0f) uv[1] += 1.0f;
                 if (pending.texCoords.size() == pending.texCoords.capacity())
                     reserveAtLeast(pending.texCoords, sizing.listCapacity(ObjFaceSizing::List::TexCoords,
@@ -212,7 +215,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
                 pending.texCoords.push_back({uv[0], uv[1]});
                 break;
             case Statement::Normal:
-                for (float& c : xyz) in.readFloat(c);
+                for (float& c : xyz)
+                    if (!in.readFloat(c)) noteStaleNumber(file, source.offset(), "vn");
                 if (pending.normals.size() == pending.normals.capacity())
                     reserveAtLeast(pending.normals, sizing.listCapacity(ObjFaceSizing::List::Normals,
                                                                         pending.normals.size(), source.offset()));
@@ -221,6 +225,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
             case Statement::Face:
                 if (!in.readLine(kLineField, line, lineLength)) line = "", lineLength = 0;
                 KelpObj::parseFaceLine(in.locale(), line, lineLength, mesh.vertexCount, lastIndex, corners);
+                if (corners.staleIndices) noteStaleIndices(file, source.offset() - 1, corners.staleIndices);
+                if (lineLength == kLineField - 1) noteIfLineGoesOn(source, file, line[lineLength - 1]);
                 sizing.afterVertexGrowth(mesh.vertices.capacity() * sizeof(KelpCore::Vec3f) +
                                          pending.texCoords.capacity() * sizeof(KelpCore::Vec2f) +
                                          pending.normals.capacity() * sizeof(KelpCore::Vec3f));
@@ -229,7 +235,8 @@ void readObj(std::FILE* file, const std::string& objPath, KelpCore::KelpTriMesh&
                 addFan(corners, mesh, pending);
                 break;
             case Statement::Other:
-                in.readLine(kLineField, line, lineLength);
+                if (in.readLine(kLineField, line, lineLength) && lineLength == kLineField - 1)
+                    noteIfLineGoesOn(source, file, line[lineLength - 1]);
                 break;
         }
     }

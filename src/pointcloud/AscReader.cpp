@@ -25,7 +25,10 @@ void readAscPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
         // with an empty line whose point is still added.
         const bool lineFailed = !source.ensure(1);
         for (float& coordinate : xyz)
-            if (lineFailed || !in.extractFloat(coordinate)) break;
+            if (lineFailed || !in.extractFloat(coordinate)) {
+                if (!lineFailed) noteAscStaleCoordinate(file, source.offset());
+                break;
+            }
         cloud.addVertex({xyz[0], xyz[1], xyz[2]});
         if (lineFailed) {
             noteAscEnding(firstLine);

@@ -34,28 +34,38 @@ struct Word {
     }
 };
 
+// The value of group "10", "20" or "30" (`axis` 0 to 2), marked in `seen`. A
+// value that is no number leaves the coordinate as it was and stays to be
+// read as the next word.
+void readCoordinate(KelpScan::ScanCursor& scan, float (&xyz)[3], int axis, unsigned& seen, std::FILE* file) {
+    seen |= 1u << axis;
+    if (!scan.readFloat(xyz[axis]) && !scan.eof()) noteDxfStaleCoordinate(file, scan.source().offset(), axis);
+}
+
 // The words after "POINT" up to the "0" that ends it. Any word "0" ends the
 // point, a layer value "0" before the coordinates included: the point then
 // repeats the coordinates of the one before, and its own are passed over by
 // the entity scan. False when the file ends first (nothing is appended).
 // `endsec` tells whether the last word read was "ENDSEC" (a file that ends
 // inside a point after that word has still ended its section).
-bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec) {
+bool readPoint(KelpScan::ScanCursor& scan, float (&xyz)[3], KelpCore::KelpPointSet& cloud, bool& endsec,
+               std::FILE* file) {
     Word word;
+    // The coordinate groups read in this point, a bit each.
+    unsigned seen = 0;
     while (word.read(scan)) {
         endsec = false;
         if (word.is("0")) {
+            if (seen != 7) noteDxfPointEnding(file, scan.source().offset(), seen);
             cloud.addVertex({xyz[0], xyz[1], xyz[2]});
             return true;
         }
-        // A value that is no number leaves the coordinate as it was and
-        // stays to be read as the next word.
         if (word.is("10"))
-            scan.readFloat(xyz[0]);
+            readCoordinate(scan, xyz, 0, seen, file);
         else if (word.is("20"))
-            scan.readFloat(xyz[1]);
+            readCoordinate(scan, xyz, 1, seen, file);
         else if (word.is("30"))
-            scan.readFloat(xyz[2]);
+            readCoordinate(scan, xyz, 2, seen, file);
         else
             endsec = word.is("ENDSEC");
     }
@@ -86,7 +96,7 @@ bool readDxfPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
     bool endsec = false;
     while (next.read(scan) && !(endsec = next.is("ENDSEC"))) {
-        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec)) break;
+        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec, file)) break;
     }
     if (!endsec) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     return true;

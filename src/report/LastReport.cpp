@@ -22,6 +22,11 @@ std::string formatRecord(const RawRecord& record) {
                 i += 2;
                 continue;
             }
+            if (key == 'l') {
+                out += record.a ? "line " + std::to_string(record.a) : "byte " + std::to_string(record.b);
+                i += 2;
+                continue;
+            }
             if (key == 'x' || key == 't') {
                 if (key == 't') {
                     out += record.text;

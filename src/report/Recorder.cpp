@@ -2,6 +2,7 @@
 
 #include "frame/ReaderLocale.h"
 #include "report/RecordState.h"
+#include "report/TextPlace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -31,6 +32,14 @@ void store(RawRecord& record, Code code, std::string_view text, std::uint64_t a,
     } catch (...) {
         record.text.clear();
     }
+}
+
+// The note of `code` made in this call, or null.
+RawRecord* find(Code code) {
+    RecordState& state = recordState();
+    RawRecord* const end = state.notes + state.noteCount;
+    RawRecord* const same = std::find_if(state.notes, end, [code](const RawRecord& r) { return r.code == code; });
+    return same == end ? nullptr : same;
 }
 
 // Taken right after the failed open; a null path never reached the system.
@@ -79,18 +88,28 @@ bool failOpen(Code code) { return fail(code, errnoText()); }
 bool hasReason() { return recordState().reason.code != Code::None; }
 
 void note(Code code, std::string_view text, std::uint64_t a, std::uint64_t b, std::uint64_t c, std::uint64_t d) {
-    RecordState& state = recordState();
-    RawRecord* const end = state.notes + state.noteCount;
-    RawRecord* const same = std::find_if(state.notes, end, [code](const RawRecord& r) { return r.code == code; });
-    if (same != end) {
+    if (RawRecord* same = find(code)) {
         ++same->count;
         return;
     }
+    RecordState& state = recordState();
     if (state.noteCount == RecordState::kMaxNotes) return;
-    store(*end, code, text, a, b, c, d);
+    store(state.notes[state.noteCount], code, text, a, b, c, d);
     ++state.noteCount;
 }
 
 void noteOpen(Code code) { note(code, errnoText()); }
+
+bool noted(Code code) { return find(code) != nullptr; }
+
+void noteAt(Code code, std::FILE* file, std::uint64_t offset, std::string_view text, unsigned times) {
+    if (times == 0) return;
+    if (RawRecord* same = find(code)) {
+        same->count += times;
+        return;
+    }
+    note(code, text, lineOfByte(file, offset), offset);
+    if (RawRecord* added = find(code)) added->count = times;
+}
 
 }  // namespace KelpRecord

@@ -8,6 +8,7 @@
 #include "report/ReportCodes.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <string_view>
 
 namespace KelpRecord {
@@ -42,5 +43,12 @@ void note(Code code, std::string_view text = {}, std::uint64_t a = 0, std::uint6
           std::uint64_t d = 0);
 // note() with the text of errno.
 void noteOpen(Code code);
+
+// A note on a text file at byte `offset` of `file` (its line is counted on
+// the first firing only; a file that cannot be read again is placed by its
+// byte). Fires `times` times at once.
+void noteAt(Code code, std::FILE* file, std::uint64_t offset, std::string_view text = {}, unsigned times = 1);
+// Whether `code` has fired in this call.
+bool noted(Code code);
 
 }  // namespace KelpRecord

@@ -27,18 +27,34 @@ const CodeInfo kTable[] = {
      "binary STL: 3 x {a} corners wrap in 32 bits: only {b} are welded, the other corners name vertex 4294967295"},
     {Code::StlAsciiLastFacet, "stl.ascii.last-facet",
      "ASCII STL: the last facet was dropped (the file ends right after its last word, with no line end)"},
+    {Code::StlAsciiWordsPassedOver, "stl.ascii.words-passed-over",
+     "ASCII STL: {l}: the words there are not a facet's start (two words and a normal of three numbers): text is "
+     "passed over two words at a time until a facet's normal parses"},
 
     {Code::AscOpen, "asc.open", "ASC: cannot open the file ({t})"},
     {Code::AscWriteOpen, "asc.write.open", "ASC: cannot create the file ({t})"},
     {Code::AscRepeatedLast, "asc.repeated-last",
      "ASC: the file ends with a line feed: its last point is appended a second time"},
     {Code::AscEmpty, "asc.empty", "ASC: the file is empty: one point (0, 0, 0) is appended"},
+    {Code::AscStaleCoordinate, "asc.stale-coordinate",
+     "ASC: {l}: a coordinate does not read as a number (or the line has fewer than three): the point keeps the "
+     "value the line before left (0 before the first)"},
 
     {Code::DxfOpen, "dxf.open", "DXF: cannot open the file ({t})"},
     {Code::DxfHeader, "dxf.header",
      "DXF: the file must start with the words \"0\", \"SECTION\", \"2\": {t} (before byte {a})"},
     {Code::DxfNoEntities, "dxf.no-entities", "DXF: no \"ENTITIES\" word in the file's {a} bytes"},
     {Code::DxfNoEndsec, "dxf.no-endsec", "DXF: the file ends before \"ENDSEC\" (inside the entities or a POINT); read as if it were there"},
+    {Code::DxfStaleCoordinate, "dxf.stale-coordinate",
+     "DXF: {l}: the value after group \"{t}\" does not read as a number: the coordinate keeps its value from before, "
+     "and the word is read again as the next word"},
+    {Code::DxfZeroValue, "dxf.zero-value",
+     "DXF: {l}: a word \"0\" ends a POINT before any of its coordinates (a group value \"0\", such as the layer "
+     "\"0\", written before them): the point is appended with the coordinates held before, and the rest of the "
+     "entity is passed over"},
+    {Code::DxfMissingCoordinates, "dxf.missing-coordinates",
+     "DXF: {l}: a POINT ends without a value for group {t}: those coordinates keep their values from the point "
+     "before (0 before the first)"},
 
     {Code::ObjOpen, "obj.open", "OBJ: cannot open the file ({t})"},
     {Code::ObjWriteOpen, "obj.write.open", "OBJ: cannot create the file ({t})"},
@@ -56,6 +72,13 @@ const CodeInfo kTable[] = {
      "OBJ: texture \"{t}\" not loaded: not a regular file (a directory, device or pipe)"},
     {Code::ObjSideFileMissing, "obj.side-file-missing",
      "OBJ: side file \"{t}\" could not be written (side files are named with only '\\' as a separator)"},
+    {Code::ObjStaleNumber, "obj.stale-number",
+     "OBJ: {l}: a number of a \"{t}\" statement does not read there: the value read before is kept"},
+    {Code::ObjStaleIndex, "obj.stale-index",
+     "OBJ: {l}: a face corner part without a number (as in \"3/\", or a word after the corners) records the last "
+     "index read again"},
+    {Code::ObjLongLine, "obj.long-line",
+     "OBJ: {l}: a line runs on past 2047 bytes after its statement word: the rest is read as further statements"},
 
     {Code::PlyOpen, "ply.open", "PLY: cannot open the file ({t})"},
     {Code::PlyHeader, "ply.header", "PLY: {t}"},
@@ -81,6 +104,17 @@ const CodeInfo kTable[] = {
     {Code::WrlParse, "wrl.parse", "VRML: {t}; nothing added"},
     {Code::WrlLastNumber, "wrl.last-number",
      "VRML: line {a}: the number right before \"]\" of an index list is not read (end the list with \"-1, ]\" or its last triangle is lost)"},
+    {Code::WrlExponent, "wrl.exponent",
+     "VRML: line {a}: the number \"{t}\" has an exponent: it reads as the number before the \"e\", a word and "
+     "another number"},
+    {Code::WrlLeadingZero, "wrl.leading-zero",
+     "VRML: line {a}: the number \"{t}\" starts with 0 and has no point: it is read as octal (hexadecimal after "
+     "\"0x\") and its bits stored as a float (a tiny value; 0 as an index)"},
+    {Code::WrlNotTriangles, "wrl.not-triangles",
+     "VRML: line {a}: item {b} of the coordIndex list ending there is {t}, not -1: the list is read as triangles "
+     "each followed by -1 (every fourth item dropped), so its other polygons come out scrambled"},
+    {Code::WrlFirstNodeOnly, "wrl.first-node-only",
+     "VRML: line {a}: the file goes on after its first node: only that node is read"},
 
     {Code::T3dsOpen, "3ds.open", "3DS: cannot open the file ({t})"},
     {Code::T3dsNotMain, "3ds.not-main", "3DS: the file does not start with a main chunk (0x4D4D): {t}"},

@@ -21,16 +21,21 @@ enum class Code : std::uint16_t {
     StlBinaryWrappedCorners = 153,
     StlAsciiLastFacet = 154,
     StlBinaryCutCorners = 155,
+    StlAsciiWordsPassedOver = 156,
 
     AscOpen = 201,
     AscWriteOpen = 202,
     AscRepeatedLast = 251,
     AscEmpty = 252,
+    AscStaleCoordinate = 253,
 
     DxfOpen = 301,
     DxfHeader = 302,
     DxfNoEntities = 303,
     DxfNoEndsec = 351,
+    DxfStaleCoordinate = 352,
+    DxfZeroValue = 353,
+    DxfMissingCoordinates = 354,
 
     ObjOpen = 401,
     ObjWriteOpen = 402,
@@ -43,6 +48,9 @@ enum class Code : std::uint16_t {
     ObjRepeatedStatement = 457,
     ObjLibraryNotRegular = 458,
     ObjTextureNotRegular = 459,
+    ObjStaleNumber = 460,
+    ObjStaleIndex = 461,
+    ObjLongLine = 462,
 
     PlyOpen = 501,
     PlyHeader = 502,
@@ -62,6 +70,10 @@ enum class Code : std::uint16_t {
     WrlParse = 653,
     // 654 (wrl.use-budget) is retired: USE expansion has no budget any more.
     WrlLastNumber = 655,
+    WrlExponent = 656,
+    WrlLeadingZero = 657,
+    WrlNotTriangles = 658,
+    WrlFirstNodeOnly = 659,
 
     T3dsOpen = 701,
     T3dsNotMain = 702,
@@ -74,7 +86,8 @@ struct CodeInfo {
     Code code;
     const char* name;
     // Placeholders: {a} {b} {c} {d} numbers, {x} the number a in hexadecimal,
-    // {t} the recorded text.
+    // {t} the recorded text, {l} the place "line a", or "byte b" where the
+    // line is not known (a = 0).
     const char* message;
 };
 

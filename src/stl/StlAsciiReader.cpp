@@ -78,9 +78,11 @@ bool readAsciiStl(std::FILE* file, KelpCore::KelpTriMesh* mesh) {
             const auto k = static_cast<std::uint32_t>(faces.size());
             for (const auto& corner : corners) vertices.push_back({corner[0], corner[1], corner[2]});
             faces.push_back({k, k + 1, k + 2});
+        } else if (!in.eof()) {
+            // A normal that did not parse has still used up its two words, so
+            // other text is passed over two words at a time.
+            noteWordsPassedOver(file, source.offset());
         }
-        // A normal that did not parse has still used up its two words, so
-        // other text is passed over two words at a time.
     }
 
     mesh->setFaceCount(static_cast<std::uint32_t>(faces.size()));

@@ -44,11 +44,13 @@ bool readAsciiStl(std::FILE* file, KelpCore::KelpTriMesh* mesh);
 // (`whole` records and `extraBytes` of the next), an ASCII corner that does
 // not parse (`corner` 0 to 2 of the facet after `facetsBefore`, the scan
 // standing at byte `offset` of `file`; false), an ASCII file ending right
-// after its last facet's last word.
+// after its last facet's last word, words that are not a facet's normal
+// passed over (the scan at byte `offset`).
 void noteHeaderCount(std::uint32_t count);
 void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t extraBytes);
 bool failCorner(std::FILE* file, std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore);
 void noteLastFacetDropped();
+void noteWordsPassedOver(std::FILE* file, std::uint64_t offset);
 
 // Number of triangles the binary read loop visits for a header count: the loop
 // compares as signed 32-bit numbers, so counts of 2^31 and more visit none.

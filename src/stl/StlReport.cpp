@@ -1,6 +1,7 @@
 // What the STL readers tell the call report: the reasons and notes of their
 // decision points, with the numbers in the form the report shows them.
 #include "report/Recorder.h"
+#include "report/TextPlace.h"
 #include "stl/StlReaders.h"
 
 #include <algorithm>
@@ -23,30 +24,15 @@ void noteShortFile(std::uint32_t announced, std::uint32_t whole, std::size_t ext
                      extraBytes, announced - whole);
 }
 
-namespace {
-// The line of byte `offset`: the file is streamed, not held, so the failing
-// read counts the line feeds before it once more from the start (0 where the
-// file cannot be read again).
-std::uint64_t lineAt(std::FILE* file, std::uint64_t offset) {
-    if (std::fseek(file, 0, SEEK_SET) != 0) return 0;
-    std::uint64_t line = 1;
-    char chunk[1 << 16];
-    while (offset > 0) {
-        const std::size_t want = offset < sizeof chunk ? static_cast<std::size_t>(offset) : sizeof chunk;
-        const std::size_t got = std::fread(chunk, 1, want, file);
-        line += static_cast<std::uint64_t>(std::count(chunk, chunk + got, '\n'));
-        if (got < want) break;
-        offset -= got;
-    }
-    return line;
-}
-}  // namespace
-
 bool failCorner(std::FILE* file, std::uint64_t offset, std::ptrdiff_t corner, std::size_t facetsBefore) {
-    return KelpRecord::fail(Code::StlAsciiCorner, {}, lineAt(file, offset), static_cast<std::uint64_t>(corner) + 1,
-                            facetsBefore + 1);
+    return KelpRecord::fail(Code::StlAsciiCorner, {}, KelpRecord::lineOfByte(file, offset),
+                            static_cast<std::uint64_t>(corner) + 1, facetsBefore + 1);
 }
 
 void noteLastFacetDropped() { KelpRecord::note(Code::StlAsciiLastFacet); }
+
+void noteWordsPassedOver(std::FILE* file, std::uint64_t offset) {
+    KelpRecord::noteAt(Code::StlAsciiWordsPassedOver, file, offset);
+}
 
 }  // namespace KelpStl

@@ -3,6 +3,7 @@
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlReader.h"
 #include "vrml/VrmlWindow.h"
+#include "vrml/VrmlReport.h"
 
 #include "scan/ScanLocale.h"
 #include "scan/ScanNumber.h"
@@ -188,6 +189,8 @@ int VrmlReader::readNumber(VrmlToken& token, int first) {
 // after an "x" in second place, and "%f" again after any "." that comes later.
 int VrmlReader::convertNumber(VrmlToken& token, int length) {
     const char* const text = token.text;
+    // Both callers leave the byte after the token pushed back.
+    if (hasPushBack_ && (pushBack_ | 0x20) == 'e') noteExponent(line_, text);
     const bool sawX = length > 1 && text[1] == 'x';
     bool dot = false;
     for (int i = sawX ? 2 : 0; i < length; ++i) dot |= text[i] == '.';
@@ -196,8 +199,12 @@ int VrmlReader::convertNumber(VrmlToken& token, int length) {
 
     bool converted;
     switch (format) {
-    case Format::Octal: converted = convertOctal(text, token.value); break;
-    case Format::Hex: converted = convertHex(text, token.value); break;
+    // A lone "0" reads as 0 either way.
+    case Format::Octal:
+    case Format::Hex:
+        converted = format == Format::Octal ? convertOctal(text, token.value) : convertHex(text, token.value);
+        if (converted && length > 1) noteIfLeadingZero(line_, text, token.value);
+        break;
     default: {
         // "%f": a plain number (whatever follows it ignored) in one pass; the
         // rest, such as a decimal text with an 'x' in it ("0x.8", a

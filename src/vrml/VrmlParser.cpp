@@ -7,6 +7,7 @@
 #include "vrml/VrmlKeywords.h"
 #include "vrml/VrmlNodeLayout.h"
 #include "vrml/VrmlReader.h"
+#include "vrml/VrmlReport.h"
 
 #include <algorithm>
 #include <cstring>
@@ -58,8 +59,10 @@ bool VrmlReader::parseLeafBody(const VrmlNodeLayout& layout, std::vector<VrmlFie
         const int index = findField(layout, code);
         if (index < 0) continue;
         if (!readFieldValue(layout.fields[index], fields[static_cast<std::size_t>(index)])) return false;
-        if (layout.stridedIndex && layout.fields[index].reader == FieldReader::IntList)
+        if (layout.stridedIndex && layout.fields[index].reader == FieldReader::IntList) {
+            noteIfNotTriangles(layout.code, fields[static_cast<std::size_t>(index)], line());
             keepThreeOfFour(fields[static_cast<std::size_t>(index)]);
+        }
     }
     return true;
 }

@@ -19,10 +19,12 @@ namespace {
 
 // A number whose text "%f" converts in one pass (no leading "0" unless a "."
 // follows it, no "x"), or the lone "0" that "%o" reads as zero bits. False for
-// the rest, which readNumber's conversion handles.
+// the rest, which readNumber's conversion handles, and for a number that an
+// "e" ends, which that conversion reports to the call report.
 bool convertInWindow(const VrmlWindowToken& found, float& value) {
     const unsigned char* const p = found.begin;
     const std::ptrdiff_t length = found.end - p;
+    if ((*found.end | 0x20) == 'e') return false;
     if (*p == '0' && length == 1) {
         value = 0.0f;
         return true;
@@ -46,7 +48,8 @@ bool plainIndexAt(const unsigned char* p, const unsigned char* end, VrmlWindowTo
     if (p != end && *p == ' ') ++p;
     if (p == end || *p == '0') return false;
     const unsigned char* stop;
-    if (!KelpScan::scanPlainInteger(p, end, value, stop) || stop == end || isNumberChar(*stop) || *stop == 'x')
+    if (!KelpScan::scanPlainInteger(p, end, value, stop) || stop == end || isNumberChar(*stop) || *stop == 'x' ||
+        (*stop | 0x20) == 'e')
         return false;
     found = {WindowKind::Number, p, stop, stop, 0};
     return true;

@@ -8,6 +8,7 @@
 #include "io/FileHandle.h"
 #include "report/Recorder.h"
 #include "vrml/VrmlReader.h"
+#include "vrml/VrmlReport.h"
 #include "vrml/VrmlScene.h"
 
 #include <cstdio>
@@ -35,6 +36,7 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
         reader.open(path);
         const VrmlNode* top = reader.parseNode(0);
         if (!top) KelpRecord::note(KelpRecord::Code::WrlParse, reader.errorText());
+        else if (reader.lookAhead().code != kTokenEnd) noteFirstNodeOnly(reader.line());
         appendSceneToMesh(top, mesh);
         reader.close();
         reader.releaseScene();

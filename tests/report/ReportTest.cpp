@@ -28,6 +28,7 @@ struct Case {
     std::string reason;    // expected reason name, "" for none
     std::string text;      // part of the reason's message, or of the first note's text
     std::vector<std::string> notes;
+    unsigned count = 0;    // how often the first note fired; 0 when not checked
 };
 
 const std::string kMissing = "\x01missing";
@@ -63,6 +64,9 @@ void runCases(const char* function, const char* name, bool (*read)(const char*, 
         EXPECT_EQ(noteNames(report), c.notes);
         const std::string where = !c.reason.empty() ? report.reason : report.noteCount ? report.notes[0].text : "";
         EXPECT_NE(where.find(c.text), std::string::npos) << where;
+        if (c.count) {
+            EXPECT_EQ(report.notes[0].count, c.count);
+        }
     }
 }
 
@@ -94,6 +98,8 @@ TEST(Report, Stl) {
          {"stl.ascii.last-facet"}},
         {"bad corner", std::string("solid a\n") + kFacet + "facet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex x 0 0\n", false,
          "stl.ascii.corner", "line 12: corner 2 of facet 2", {"locale.left"}},
+        {"normal passed over", "solid a\nfacet normal 0 0 x y\n" + kFacet + "endsolid a\n", true, "",
+         "line 2: the words there are not a facet's start", {"stl.ascii.words-passed-over"}, 2},
     });
     // Counts this large allocate gigabytes; their notes are checked on their own.
     KelpStl::noteHeaderCount(0x80000000u);
@@ -110,6 +116,7 @@ TEST(Report, Asc) {
         {"no final line feed", "1 2 3\n4 5 6", true, "", "", {}},
         {"final line feed", "1 2 3\n", true, "", "appended a second time", {"asc.repeated-last"}},
         {"empty", "", true, "", "one point (0, 0, 0)", {"asc.empty"}},
+        {"unreadable coordinate", "1 2 3\n4 x 6\n\n7 8 9", true, "", "line 2: a coordinate does not read", {"asc.stale-coordinate"}, 2},
     });
 }
 
@@ -120,8 +127,14 @@ TEST(Report, Dxf) {
         {"wrong word", "0\nSECTOIN\n", false, "dxf.header", "expected \"SECTION\", found \"SECTOIN\" (before byte 9)", {"locale.left"}},
         {"ends in header", "0\n", false, "dxf.header", "expected \"SECTION\", found the end of the file", {"locale.left"}},
         {"no entities", "0\nSECTION\n2\nHEADER\n", false, "dxf.no-entities", "file's 19 bytes", {"locale.left"}},
-        {"complete", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n0\nENDSEC\n", true, "", "", {}},
+        {"complete", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n3\n0\nENDSEC\n", true, "", "", {}},
         {"no endsec", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n", true, "", "before \"ENDSEC\"", {"dxf.no-endsec"}},
+        {"unreadable coordinate", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\nabc\n30\n3\n0\nENDSEC\n", true, "",
+         "line 10: the value after group \"20\"", {"dxf.stale-coordinate"}},
+        {"layer zero", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n8\n0\n10\n1\n0\nPOINT\n8\n0\n0\nENDSEC\n", true, "",
+         "line 8: a word \"0\" ends a POINT before any of its coordinates", {"dxf.zero-value"}, 2},
+        {"no z", "0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n3\n0\nPOINT\n10\n4\n20\n5\n0\nENDSEC\n", true, "",
+         "line 19: a POINT ends without a value for group \"30\"", {"dxf.missing-coordinates"}},
     });
 }
 
@@ -178,9 +191,16 @@ TEST(Report, Wrl) {
         {"parse error", head + "Separator {\n Coordinate3 { point [ 0 0 0 ] }\n", true, "", "line 4: invalid node syntax", {"wrl.parse"}},
         {"index lists", head + "Separator { IndexedFaceSet { coordIndex [ 0, 1, 2, -1 ] }\n"
                                "IndexedFaceSet { coordIndex [ 0, 1, 2, -1, ] } IndexedFaceSet { coordIndex [ 0, 1, 2, -1 ] } }",
-         true, "", "line 2: the number right before \"]\"", {"wrl.last-number"}},
+         true, "", "line 2: the number right before \"]\"", {"wrl.last-number"}, 2},
+        {"exponent", head + "Separator { Coordinate3 { point [ 1e-5 0 0 ] } }", true, "", "line 2: the number \"1e...\"",
+         {"wrl.exponent", "wrl.parse"}},
+        {"leading zero", head + "Separator {\n Coordinate3 { point [ 010 0 0, 0 00 0x0 ] } }", true, "",
+         "line 3: the number \"010\" starts with 0", {"wrl.leading-zero"}},
+        {"quads", head + "Separator { IndexedFaceSet { coordIndex [ 0, 1, 2, -1, 0, 1, 2, 3, -1, ] } }", true, "",
+         "item 8 of the coordIndex list ending there is 3, not -1", {"wrl.not-triangles"}},
+        {"two top nodes", head + "Separator { }\nSeparator { }\n", true, "", "line 3: the file goes on after its first node",
+         {"wrl.first-node-only"}},
     });
-    EXPECT_EQ(KelpGraphic::KelpLastReport()->notes[0].count, 2u);
 }
 
 std::string chunk(std::uint16_t id, const std::string& content) {
@@ -222,6 +242,7 @@ TEST(Report, Obj) {
         std::string text;
         std::vector<std::string> notes;
         std::string firstText;
+        unsigned count = 1;
     };
     const std::vector<ObjCase> cases = {
         {"plain", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", {}, ""},
@@ -233,6 +254,10 @@ TEST(Report, Obj) {
         {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", {"obj.extra-normals"}, "2 \"vn\" lines for 1 vertices"},
         {"repeated vertex", "v 0 0 0\n", {"obj.repeated-statement"}, "after a \"v\" statement"},
         {"last face", "v 0 0 0\nf 1 1 1\n", {}, ""},
+        {"unreadable number", "v 0 0 0\nv 1 x 0\nvt 0 - 5\n", {"obj.stale-number"}, "line 2: a number of a \"v\" statement", 3},
+        {"corner without a number", "v 0 0 0\nf 1 1 1\nf 1/ 1/ 1 #\n", {"obj.stale-index"}, "line 3: a face corner part", 3},
+        {"long line", "v 0 0 0\n# " + std::string(2045, 'a') + "\n#" + std::string(3000, ' ') + "f 1 1 1\n",
+         {"obj.long-line"}, "line 3: a line runs on past 2047 bytes"},
     };
     for (const ObjCase& c : cases) {
         SCOPED_TRACE(c.label);
@@ -245,6 +270,7 @@ TEST(Report, Obj) {
         EXPECT_EQ(noteNames(report), c.notes);
         if (report.noteCount) {
             EXPECT_NE(std::string(report.notes[0].text).find(c.firstText), std::string::npos) << report.notes[0].text;
+            EXPECT_EQ(report.notes[0].count, c.count);
         }
     }
     KelpCore::KelpTriMesh mesh;
