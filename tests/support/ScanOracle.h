@@ -9,10 +9,12 @@
 #include "scan/ScanCursor.h"
 #include "scan/ScanPlainPass.h"
 #include "scan/ScanSource.h"
+#include "support/Bits.h"
 #include "support/CReference.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -33,13 +35,6 @@ inline const char* scanOpName(ScanOp op) {
     static const char* names[] = {"%s", "%250s", "%*s", "\" \"", "%f", "%lf", "%d", "%u", "fgets", "getc-line",
                                   "%250s in place", "%f plain pass", "%d plain pass"};
     return names[static_cast<int>(op)];
-}
-
-template <typename T>
-std::uint64_t bitsOf(T value) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    return bits;
 }
 
 class ScanOracle {
@@ -68,49 +63,47 @@ public:
         SCOPED_TRACE(::testing::Message() << scanOpName(op) << " at byte " << std::ftell(stdio_));
         std::uint64_t theirs = 0, ours = 0;
         int theirResult = 0, ourResult = 0;
+        // A conversion into a value both sides start from `seed`.
+        const auto number = [&](auto seed, const char* format, auto read) {
+            auto a = seed, b = seed;
+            theirResult = std::fscanf(stdio_, format, &a) == 1;
+            ourResult = read(b);
+            theirs = bitsOf(a), ours = bitsOf(b);
+        };
+        // A word or line into a buffer of `limit` characters.
+        const auto text = [&](const char* buffer, const char* word, std::size_t length, std::size_t limit) {
+            if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), limit);
+            if (ourResult) ours = hashPrefix(word, length, limit);
+        };
+        char buffer[251];
+        std::string word;
+        const char* view = nullptr;
+        std::size_t length = 0;
+        using KelpScan::ScanCursor;
+        using KelpScan::ScanPlainPass;
         switch (op) {
             case ScanOp::Word: {
-                std::string buffer(text_.size() + 1, '\x7f'), word;
-                theirResult = std::fscanf(stdio_, "%s", &buffer[0]) == 1;
+                std::string unbounded(text_.size() + 1, '\x7f');
+                theirResult = std::fscanf(stdio_, "%s", &unbounded[0]) == 1;
                 ourResult = cursor_->readWord(word, 64);
-                if (theirResult) theirs = hashPrefix(buffer.data(), std::strlen(buffer.c_str()), 64);
-                if (ourResult) ours = hashPrefix(word.data(), word.find('\0') == std::string::npos ? word.size() : word.find('\0'), 64);
+                text(unbounded.c_str(), word.data(), word.size(), 64);
                 break;
             }
-            case ScanOp::Word250: {
-                char buffer[251];
-                std::string word;
+            case ScanOp::Word250:
                 theirResult = std::fscanf(stdio_, "%250s", buffer) == 1;
                 ourResult = cursor_->readWordWidth(word, 250);
-                if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
-                if (ourResult) ours = hashPrefix(word.data(), std::strlen(word.c_str()), 250);
+                text(buffer, word.data(), word.size(), 250);
                 break;
-            }
-            case ScanOp::Word250InPlace: {
-                char buffer[251];
-                const char* word = nullptr;
-                std::size_t length = 0;
+            case ScanOp::Word250InPlace:
                 theirResult = std::fscanf(stdio_, "%250s", buffer) == 1;
-                ourResult = cursor_->readWordWidth(word, length, 250);
-                if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
-                if (ourResult) ours = hashPrefix(word, std::strlen(std::string(word, length).c_str()), 250);
+                ourResult = cursor_->readWordWidth(view, length, 250);
+                text(buffer, view, length, 250);
                 break;
-            }
-            case ScanOp::PlainFloat: {
-                float a = -7.0f, b = -7.0f;
-                theirResult = std::fscanf(stdio_, "%f", &a) == 1;
-                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readFloat, &KelpScan::ScanCursor::readFloat);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::Line:
+                theirResult = std::fgets(buffer, 17, stdio_) != nullptr;
+                ourResult = cursor_->readLine(17, view, length);
+                text(buffer, view, length, 64);
                 break;
-            }
-            case ScanOp::PlainInt: {
-                int a = -7;
-                std::int32_t b = -7;
-                theirResult = std::fscanf(stdio_, "%d", &a) == 1;
-                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readInt, &KelpScan::ScanCursor::readInt);
-                theirs = static_cast<std::uint32_t>(a), ours = static_cast<std::uint32_t>(b);
-                break;
-            }
             case ScanOp::SkipWord:
                 theirResult = std::fscanf(stdio_, "%*s") == 0;
                 ourResult = cursor_->skipWord();
@@ -119,46 +112,16 @@ public:
                 std::fscanf(stdio_, " ");
                 cursor_->skipSpace();
                 break;
-            case ScanOp::Float: {
-                float a = -7.0f, b = -7.0f;
-                theirResult = std::fscanf(stdio_, "%f", &a) == 1;
-                ourResult = cursor_->readFloat(b);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::Float: number(-7.0f, "%f", [&](float& v) { return cursor_->readFloat(v); }); break;
+            case ScanOp::Double: number(-7.0, "%lf", [&](double& v) { return cursor_->readDouble(v); }); break;
+            case ScanOp::Int: number(-7, "%d", [&](std::int32_t& v) { return cursor_->readInt(v); }); break;
+            case ScanOp::Unsigned: number(7u, "%u", [&](std::uint32_t& v) { return cursor_->readUnsigned(v); }); break;
+            case ScanOp::PlainFloat:
+                number(-7.0f, "%f", [&](float& v) { return passOrCall(v, &ScanPlainPass::readFloat, &ScanCursor::readFloat); });
                 break;
-            }
-            case ScanOp::Double: {
-                double a = -7.0, b = -7.0;
-                theirResult = std::fscanf(stdio_, "%lf", &a) == 1;
-                ourResult = cursor_->readDouble(b);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::PlainInt:
+                number(-7, "%d", [&](std::int32_t& v) { return passOrCall(v, &ScanPlainPass::readInt, &ScanCursor::readInt); });
                 break;
-            }
-            case ScanOp::Int: {
-                int a = -7;
-                std::int32_t b = -7;
-                theirResult = std::fscanf(stdio_, "%d", &a) == 1;
-                ourResult = cursor_->readInt(b);
-                theirs = static_cast<std::uint32_t>(a), ours = static_cast<std::uint32_t>(b);
-                break;
-            }
-            case ScanOp::Unsigned: {
-                unsigned a = 7;
-                std::uint32_t b = 7;
-                theirResult = std::fscanf(stdio_, "%u", &a) == 1;
-                ourResult = cursor_->readUnsigned(b);
-                theirs = a, ours = b;
-                break;
-            }
-            case ScanOp::Line: {
-                std::string buffer(64, '\0');
-                theirResult = std::fgets(&buffer[0], 17, stdio_) != nullptr;
-                const char* line = nullptr;
-                std::size_t length = 0;
-                ourResult = cursor_->readLine(17, line, length);
-                if (theirResult) theirs = hashPrefix(buffer.data(), std::strlen(buffer.c_str()), 64);
-                if (ourResult) ours = hashPrefix(line, std::strlen(std::string(line, length).c_str()), 64);
-                break;
-            }
             case ScanOp::SkipLine: {
                 int c;
                 do c = std::fgetc(stdio_);
@@ -214,8 +177,9 @@ private:
         if (bytes.empty()) return std::fopen("/dev/null", "r");
         return KelpTest::memoryStream(bytes);
     }
-    // The text a fixed-size field would hold, as a number to compare.
+    // The text a fixed-size field would hold (up to a zero byte), as a number to compare.
     static std::uint64_t hashPrefix(const char* text, std::size_t length, std::size_t limit) {
+        length = static_cast<std::size_t>(std::find(text, text + length, '\0') - text);
         std::uint64_t hash = 1469598103934665603ull ^ (length < limit ? length : limit);
         for (std::size_t i = 0; i < length && i < limit; ++i)
             hash = (hash ^ static_cast<unsigned char>(text[i])) * 1099511628211ull;
