@@ -64,9 +64,7 @@ std::string chunkWithLength(std::uint16_t id, std::uint32_t length, const std::s
     KelpTest::putU32(out, length);
     return out + content;
 }
-std::string chunk(std::uint16_t id, const std::string& content = {}) {
-    return chunkWithLength(id, static_cast<std::uint32_t>(6 + content.size()), content);
-}
+std::string chunk(std::uint16_t id, const std::string& content = {}) { return KelpTest::chunk3ds(id, content); }
 std::string name(const std::string& text) { return text + std::string(1, '\0'); }
 std::string object(const std::string& objectName, const std::string& content) {
     return chunk(kObject3ds, name(objectName) + content);

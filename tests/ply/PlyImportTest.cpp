@@ -5,7 +5,7 @@
 
 #include "PlyTestFiles.h"
 #include "support/Bits.h"
-#include "support/LocaleGuard.h"
+#include "support/FileTest.h"
 
 #include <gtest/gtest.h>
 
@@ -31,13 +31,11 @@ std::string faceList(int count) {
 const std::vector<Vec3f> kFourVertices = {{1, 2, 3}, {2, 3, 4}, {3, 4, 5}, {4, 5, 6}};
 const std::string kFourVerticesText = "1 2 3\n2 3 4\n3 4 5\n4 5 6\n";
 
-class PlyImport : public ::testing::Test {
+class PlyImport : public KelpTest::FileTest {
 protected:
     int import(const std::string& bytes) {
-        const std::string path = dir.file("m.ply");
-        KelpTest::writeFile(path, bytes);
         mesh = KelpTriMesh();
-        const int code = KelpPly::readPlyFile(path.c_str(), &mesh);
+        const int code = KelpPly::readPlyFile(write(bytes), &mesh);
         EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
         EXPECT_EQ(mesh.vertexFlags.size(), mesh.vertices.size());
         EXPECT_EQ(mesh.faceCount, mesh.faces.size());
@@ -51,7 +49,6 @@ protected:
         return b;
     }
 
-    KelpTest::TempDir dir;
     KelpTriMesh mesh;
 };
 
@@ -62,7 +59,7 @@ TEST_F(PlyImport, AsciiFilesLoadAndAppend) {
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 3}}));
 
     // The exported entry appends; new faces keep their own numbers.
-    ASSERT_TRUE(KelpGraphic::KelpReadPly(dir.file("m.ply").c_str(), &mesh));
+    ASSERT_TRUE(KelpGraphic::KelpReadPly(path.c_str(), &mesh));
     EXPECT_EQ(mesh.vertexCount, 8u);
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 3}, {0, 1, 2}, {2, 1, 3}}));
     EXPECT_FALSE(KelpGraphic::KelpReadPly(nullptr, &mesh));
@@ -312,10 +309,7 @@ TEST_F(PlyImport, ElementsWithoutPropertiesRepeatTheLoadRecord) {
 // Counts the mesh's 32-bit fields cannot hold fail like an allocation: false,
 // nothing half-appended.
 TEST_F(PlyImport, OutputBeyondTheMeshCountsFails) {
-    const std::string path = dir.file("m.ply");
-    KelpTest::writeFile(path, header("ascii", kVertexXyz + faceList(1) + "element vertex 2147483647\n") +
-                                  kFourVerticesText + "3 0 1 2\n");
-    mesh = KelpTriMesh();
+    write(header("ascii", kVertexXyz + faceList(1) + "element vertex 2147483647\n") + kFourVerticesText + "3 0 1 2\n");
     mesh.vertexCount = 0xFFFFFFFFu - 2147483646u - 4u;  // room for the file's own vertices and no more
     EXPECT_EQ(KelpPly::readPlyFile(path.c_str(), &mesh), KelpPly::PlyImportBadInstance);
     EXPECT_EQ(mesh.vertices.size(), 4u);
