@@ -73,23 +73,34 @@ Result run(const std::string& command, bool withErrors = false) {
 
 std::string kelp(const std::string& arguments) { return program(KELP_TOOL) + " " + arguments; }
 
+// A `kelp` command line, its exit status and texts its output must hold
+// (standard error folded in).
+struct Command {
+    std::string arguments;
+    int status;
+    std::vector<std::string> shown;
+};
+
 class Tool : public ::testing::Test {
 protected:
     std::string path(const std::string& name) const { return quote(dir.file(name)); }
+    // Runs the commands in order.
+    static void expectCommands(const std::vector<Command>& commands) {
+        for (const Command& c : commands) {
+            const Result r = run(kelp(c.arguments), true);
+            EXPECT_EQ(r.status, c.status) << c.arguments << "\n" << r.out;
+            for (const std::string& text : c.shown) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
+        }
+    }
     KelpTest::TempDir dir;
 };
 
-// Exit statuses tell failures (1) from usage errors (2); standard error is
-// folded into the output here.
+// Exit statuses tell failures (1) from usage errors (2).
 TEST_F(Tool, CommandsExitStatusesAndMessages) {
     KelpTest::writeFile(dir.file("c.asc"), "1 2 3\n-4 5 6");
     for (const char* name : {"a.asc", "points.TXT", "UPPER.ASC"}) KelpTest::writeFile(dir.file(name), "1 2 3");
     std::filesystem::create_directory(dir.file("d.asc"));
-    const struct {
-        std::string command;
-        int status;
-        std::vector<std::string> shown;
-    } cases[] = {
+    expectCommands({
         {"info " + path("c.asc"), 0, {"vertices", "asc     ok", "(-4, 2, 3)..(1, 5, 6)"}},
         {"info " + path("missing.asc"), 1,
          {"asc reader failed on", "missing.asc: ASC: cannot open the file (No such file or directory)"}},
@@ -110,12 +121,7 @@ TEST_F(Tool, CommandsExitStatusesAndMessages) {
         {"convert " + path("c.asc") + " " + path("out.asc"), 0, {}},
         {"convert " + path("c.asc") + " " + path("out.xyz"), 2, {}},
         {"convert " + path("none.asc") + " " + path("o.asc"), 1, {}},
-    };
-    for (const auto& c : cases) {
-        const Result r = run(kelp(c.command), true);
-        EXPECT_EQ(r.status, c.status) << c.command << "\n" << r.out;
-        for (const std::string& text : c.shown) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
-    }
+    });
     EXPECT_EQ(run(kelp("info --quiet " + path("a.asc")), true).out, "");
     EXPECT_EQ(KelpTest::readFile(dir.file("out.asc")), "1.000000 2.000000 3.000000 \n-4.000000 5.000000 6.000000 \n");
 }
@@ -203,63 +209,51 @@ TEST_F(ToolOnSamples, InfoJsonIsOneValidObjectPerFileWithTheExpectedCounts) {
 }
 
 TEST_F(ToolOnSamples, ConversionsRoundTrip) {
-    // STL: the writer's count comes from the faces written.
-    ASSERT_EQ(run(kelp("convert " + sample("sphere-ascii.stl") + " " + path("s.stl"))).status, 0);
+    expectCommands({
+        // STL: the writer's count comes from the faces written.
+        {"convert " + sample("sphere-ascii.stl") + " " + path("s.stl"), 0, {}},
+        {"info --json " + path("s.stl"), 0, {"\"vertices\":258,\"faces\":512"}},
+        // OBJ with its texture: side files beside the output.
+        {"convert " + sample("cube.obj") + " " + path("c.obj"), 0, {}},
+        {"info --json " + path("c.obj"), 0, {"\"vertices\":8,\"faces\":12", "\"width\":64"}},
+        // A point cloud becomes an OBJ of points only, and is refused as STL.
+        {"convert " + sample("points.dxf") + " " + path("p.obj"), 0, {}},
+        {"convert " + sample("points.dxf") + " " + path("p.stl"), 2, {"point cloud"}},
+        // A mesh written as ASC keeps its vertices.
+        {"convert " + sample("two-objects.3ds") + " " + path("m.asc"), 0, {}},
+        {"info --json " + path("m.asc"), 0, {"\"vertices\":9,"}},
+    });
     EXPECT_EQ(KelpTest::readFile(dir.file("s.stl")).size(), 84u + 50u * 512u);
-    EXPECT_NE(run(kelp("info --json " + path("s.stl"))).out.find("\"vertices\":258,\"faces\":512"),
-              std::string::npos);
-
-    // OBJ with its texture: side files beside the output.
-    ASSERT_EQ(run(kelp("convert " + sample("cube.obj") + " " + path("c.obj"))).status, 0);
-    const Result cube = run(kelp("info --json " + path("c.obj")));
-    EXPECT_NE(cube.out.find("\"vertices\":8,\"faces\":12"), std::string::npos) << cube.out;
-    EXPECT_NE(cube.out.find("\"width\":64"), std::string::npos) << cube.out;
-
-    // A point cloud becomes an OBJ of points only, and is refused as STL.
-    ASSERT_EQ(run(kelp("convert " + sample("points.dxf") + " " + path("p.obj"))).status, 0);
     EXPECT_NE(KelpTest::readFile(dir.file("p.obj")).find("# 8 vertices, 0 faces"), std::string::npos);
-    const Result refused = run(kelp("convert " + sample("points.dxf") + " " + path("p.stl")), true);
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_NE(refused.out.find("point cloud"), std::string::npos) << refused.out;
-
-    // A mesh written as ASC keeps its vertices.
-    ASSERT_EQ(run(kelp("convert " + sample("two-objects.3ds") + " " + path("m.asc"))).status, 0);
-    EXPECT_NE(run(kelp("info --json " + path("m.asc"))).out.find("\"vertices\":9,"), std::string::npos);
 }
 
 // check: silent and 0 on clean files; one line per reason or note otherwise.
 // info --explain and --json carry the same report.
 TEST_F(ToolOnSamples, CheckAndExplainListReasonsAndNotes) {
+    std::string shortStl = KelpTest::readFile(samples + "/sphere-binary.stl");
+    shortStl.resize(84 + 50 * 10);
+    KelpTest::writeFile(dir.file("short.stl"), shortStl);
     const Result clean = run(kelp("check " + sample("sphere-binary.stl") + " " + sample("cube.obj") + " " +
                                   sample("points.dxf") + " " + sample("cube.jpg")));
     EXPECT_EQ(clean.status, 0) << clean.out;
     EXPECT_EQ(clean.out.find(": stl"), std::string::npos) << clean.out;
     EXPECT_NE(clean.out.find("cube.jpg: skipped: unknown file extension"), std::string::npos) << clean.out;
-
-    std::string shortStl = KelpTest::readFile(samples + "/sphere-binary.stl");
-    shortStl.resize(84 + 50 * 10);
-    KelpTest::writeFile(dir.file("short.stl"), shortStl);
-    const Result mixed = run(kelp("check " + sample("cloud.asc") + " " + sample("pyramid-be.ply") + " " +
-                                  path("short.stl") + " " + path("none.ply")));
-    EXPECT_EQ(mixed.status, 1);
-    for (const char* line : {"cloud.asc: asc.repeated-last: ASC: the file ends with a line feed",
-                             "pyramid-be.ply: ply.big-endian-order: PLY: binary_big_endian",
-                             "short.stl: stl.binary.short: binary STL: the header announces 512 triangles, the file "
-                             "holds 10 and 0 bytes; 502 triangles repeat the last corners read in full\n",
-                             "none.ply: ply.open: PLY: cannot open the file"})
-        EXPECT_NE(mixed.out.find(line), std::string::npos) << line << "\n" << mixed.out;
-    EXPECT_EQ(run(kelp("check " + sample("scene.wrl"))).status, 0);
-    EXPECT_EQ(run(kelp("check --format nosuch " + sample("scene.wrl"))).status, 2);
-
-    const Result explained = run(kelp("info --explain " + sample("cloud.asc")));
-    EXPECT_EQ(explained.status, 0);
-    EXPECT_NE(explained.out.find("cloud.asc: asc.repeated-last: ASC:"), std::string::npos) << explained.out;
-    EXPECT_NE(run(kelp("info --json " + path("short.stl"))).out.find(
-                  "\"report\":{\"reason\":null,\"notes\":[{\"code\":151,\"name\":\"stl.binary.short\",\"text\":"),
-              std::string::npos);
-    EXPECT_NE(run(kelp("info --json " + path("none.ply"))).out.find(
-                  "\"report\":{\"reason\":{\"code\":501,\"name\":\"ply.open\",\"message\":\"PLY: cannot open"),
-              std::string::npos);
+    expectCommands({
+        {"check " + sample("cloud.asc") + " " + sample("pyramid-be.ply") + " " + path("short.stl") + " " + path("none.ply"),
+         1,
+         {"cloud.asc: asc.repeated-last: ASC: the file ends with a line feed",
+          "pyramid-be.ply: ply.big-endian-order: PLY: binary_big_endian",
+          "short.stl: stl.binary.short: binary STL: the header announces 512 triangles, the file "
+          "holds 10 and 0 bytes; 502 triangles repeat the last corners read in full\n",
+          "none.ply: ply.open: PLY: cannot open the file"}},
+        {"check " + sample("scene.wrl"), 0, {}},
+        {"check --format nosuch " + sample("scene.wrl"), 2, {}},
+        {"info --explain " + sample("cloud.asc"), 0, {"cloud.asc: asc.repeated-last: ASC:"}},
+        {"info --json " + path("short.stl"), 0,
+         {"\"report\":{\"reason\":null,\"notes\":[{\"code\":151,\"name\":\"stl.binary.short\",\"text\":"}},
+        {"info --json " + path("none.ply"), 1,
+         {"\"report\":{\"reason\":{\"code\":501,\"name\":\"ply.open\",\"message\":\"PLY: cannot open"}},
+    });
 }
 
 TEST_F(ToolOnSamples, ConvertReadsItsOutputBackToCatchAFullDisk) {
