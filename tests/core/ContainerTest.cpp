@@ -13,20 +13,21 @@ using KelpCore::Vec3u;
 
 namespace {
 
-void expectVertexInvariants(const KelpPointSet& set) {
-    EXPECT_EQ(set.vertices.size(), set.vertexCount);
-    EXPECT_EQ(set.vertexFlags.size(), set.vertexCount);
-    EXPECT_EQ(set.vertexNormals.size(), (set.vertexAttributes & 1u) ? set.vertexCount : 0u);
-    EXPECT_EQ(set.vertexAuxVectors.size(), (set.vertexAttributes & 2u) ? set.vertexCount : 0u);
-    EXPECT_EQ(set.vertexAuxValues.size(), (set.vertexAttributes & 4u) ? set.vertexCount : 0u);
+// One item per element in the items and flags, and in the normals, aux
+// vectors and aux values (attribute bits 1, 2 and 4) while their bit is set.
+void expectSized(std::size_t count, std::uint32_t bits, const std::vector<std::size_t>& sizes) {
+    const auto withBit = [&](std::uint32_t bit) { return (bits & bit) ? count : 0u; };
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{count, count, withBit(1), withBit(2), withBit(4)}));
 }
 
-void expectFaceInvariants(const KelpTriMesh& mesh) {
-    EXPECT_EQ(mesh.faces.size(), mesh.faceCount);
-    EXPECT_EQ(mesh.faceFlags.size(), mesh.faceCount);
-    EXPECT_EQ(mesh.faceNormals.size(), (mesh.faceAttributes & 1u) ? mesh.faceCount : 0u);
-    EXPECT_EQ(mesh.faceAuxVectors.size(), (mesh.faceAttributes & 2u) ? mesh.faceCount : 0u);
-    EXPECT_EQ(mesh.faceAuxValues.size(), (mesh.faceAttributes & 4u) ? mesh.faceCount : 0u);
+void expectVertexInvariants(const KelpPointSet& s) {
+    expectSized(s.vertexCount, s.vertexAttributes, {s.vertices.size(), s.vertexFlags.size(), s.vertexNormals.size(),
+                                                    s.vertexAuxVectors.size(), s.vertexAuxValues.size()});
+}
+
+void expectFaceInvariants(const KelpTriMesh& m) {
+    expectSized(m.faceCount, m.faceAttributes,
+                {m.faces.size(), m.faceFlags.size(), m.faceNormals.size(), m.faceAuxVectors.size(), m.faceAuxValues.size()});
 }
 
 // An append fills every enabled array with its default (normals point up,

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -42,21 +43,13 @@ public:
     // `chunk` is the window's refill size; the locale in force now is the one
     // both sides scan under.
     ScanOracle(const std::string& text, std::size_t chunk) : text_(text), mine_(text) {
-        stdio_ = open(text_);
+        stdioFile_.reset(stdio_ = open(text_));
         KelpScan::ScanSource::setChunkForTesting(chunk);
-        cursorFile_ = open(mine_);
-        source_ = new KelpScan::ScanSource(cursorFile_);
+        cursorFile_.reset(open(mine_));
+        source_ = std::make_unique<KelpScan::ScanSource>(cursorFile_.get());
         KelpScan::ScanSource::setChunkForTesting(0);
-        cursor_ = new KelpScan::ScanCursor(*source_, KelpScan::ScanLocale::current());
+        cursor_ = std::make_unique<KelpScan::ScanCursor>(*source_, KelpScan::ScanLocale::current());
     }
-    ~ScanOracle() {
-        delete cursor_;
-        delete source_;
-        std::fclose(cursorFile_);
-        std::fclose(stdio_);
-    }
-    ScanOracle(const ScanOracle&) = delete;
-    ScanOracle& operator=(const ScanOracle&) = delete;
 
     // One call on both sides; a gtest failure describes the first difference.
     void step(ScanOp op) {
@@ -168,7 +161,7 @@ private:
     template <typename T>
     int passOrCall(T& value, bool (KelpScan::ScanPlainPass::*passRead)(T&), bool (KelpScan::ScanCursor::*read)(T&)) {
         KelpScan::ScanPlainPass pass(*cursor_, 64);
-        if (!(pass.*passRead)(value)) return (cursor_->*read)(value);
+        if (!(pass.*passRead)(value)) return ((*cursor_).*read)(value);
         pass.commit();
         return 1;
     }
@@ -187,10 +180,11 @@ private:
     }
 
     std::string text_, mine_;
-    std::FILE* stdio_ = nullptr;
-    std::FILE* cursorFile_ = nullptr;
-    KelpScan::ScanSource* source_ = nullptr;
-    KelpScan::ScanCursor* cursor_ = nullptr;
+    using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+    File stdioFile_{nullptr, std::fclose}, cursorFile_{nullptr, std::fclose};
+    std::FILE* stdio_ = nullptr;  // stdioFile_'s stream, which the C library side reads
+    std::unique_ptr<KelpScan::ScanSource> source_;
+    std::unique_ptr<KelpScan::ScanCursor> cursor_;
 };
 
 }  // namespace KelpTest
