@@ -2,7 +2,7 @@
 
 #include "3ds/Scene3ds.h"
 #include "io/FileHandle.h"
-#include "support/LocaleGuard.h"
+#include "support/FileTest.h"
 #include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -64,9 +64,7 @@ std::string chunkWithLength(std::uint16_t id, std::uint32_t length, const std::s
     KelpTest::putU32(out, length);
     return out + content;
 }
-std::string chunk(std::uint16_t id, const std::string& content = {}) {
-    return chunkWithLength(id, static_cast<std::uint32_t>(6 + content.size()), content);
-}
+std::string chunk(std::uint16_t id, const std::string& content = {}) { return KelpTest::chunk3ds(id, content); }
 std::string name(const std::string& text) { return text + std::string(1, '\0'); }
 std::string object(const std::string& objectName, const std::string& content) {
     return chunk(kObject3ds, name(objectName) + content);
@@ -93,12 +91,12 @@ struct Read {
     Scene3ds scene;
 };
 
-class Read3ds : public ::testing::Test {
+class Read3ds : public KelpTest::FileTest {
 protected:
     // Walks `bytes` with a large buffer and with the smallest one, so that
     // fields straddle block boundaries; both must give the same outcome.
     Read read(const std::string& bytes) {
-        KelpTest::writeFile(path, bytes);
+        write(bytes);
         auto walk = [this](std::size_t blockSize) {
             Read out;
             KelpIo::FileHandle file = KelpIo::openFile(path.c_str(), "rb");
@@ -112,10 +110,6 @@ protected:
         EXPECT_EQ(large.mesh.faceFlags.size(), large.mesh.faceCount);
         return large;
     }
-
-    KelpTest::LocaleGuard locale;
-    KelpTest::TempDir dir;
-    const std::string path = dir.file("scene.3ds");
 };
 
 TEST_F(Read3ds, EveryChunkKindIsReadByteExactlyAndEveryTruncationFails) {
@@ -235,7 +229,7 @@ TEST_F(Read3ds, RecordsThatTheMeshDoesNotUseCostNothingPerChunk) {
     const std::string light = object("l", chunk(kLight3ds, floats({1, 2, 3})));
     const std::string camera = object("c", chunk(kCamera3ds, floats({1, 2, 3, 4, 5, 6, 0, 35})));
     for (int i = 0; i < 60'000; ++i) records += material + light + camera;
-    KelpTest::writeFile(path, file3ds(records + triangleObject(0)));
+    write(file3ds(records + triangleObject(0)));
     KelpTriMesh mesh;
     Scene3ds scene;
     KelpIo::FileHandle file = KelpIo::openFile(path.c_str(), "rb");
@@ -245,17 +239,12 @@ TEST_F(Read3ds, RecordsThatTheMeshDoesNotUseCostNothingPerChunk) {
     EXPECT_LT(peakBytes - before, 256u * 1024u);  // the read buffer and one record of each kind
 }
 
-TEST_F(Read3ds, EntryPointAppendsAndPutsTheLocaleBack) {
-    KELP_REQUIRE_READER_LOCALE();
-    KelpTest::writeFile(path, file3ds(triangleObject(5)));
+TEST_F(Read3ds, EntryPointAppends) {
     KelpTriMesh mesh;
     mesh.faceAttributes = KelpCore::KelpAttributeNormals;
     mesh.addVertex({9, 9, 9});
     mesh.addFace(0, 0, 0);
-    EXPECT_FALSE(KelpGraphic::KelpRead3ds(dir.file("missing.3ds").c_str(), &mesh));
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
-    ASSERT_TRUE(KelpGraphic::KelpRead3ds(path.c_str(), &mesh));
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
+    ASSERT_TRUE(KelpGraphic::KelpRead3ds(write(file3ds(triangleObject(5))), &mesh));
     EXPECT_EQ(mesh.vertexCount, 4u);
     EXPECT_EQ(mesh.faces, (std::vector<Vec3u>{{0, 0, 0}, {0, 1, 2}}));
     EXPECT_EQ(mesh.faceNormals.size(), 2u);

@@ -6,6 +6,7 @@
 
 #include "ObjTestImages.h"
 #include "scan/ScanSource.h"
+#include "support/Bits.h"
 #include "support/CReference.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
@@ -125,11 +126,7 @@ std::string randomObj(std::mt19937& random) {
     return text;
 }
 
-template <class T>
-bool sameBits(const std::vector<T>& actual, const std::vector<T>& expected) {
-    return actual.size() == expected.size() &&
-           (actual.empty() || std::memcmp(actual.data(), expected.data(), actual.size() * sizeof(T)) == 0);
-}
+using KelpTest::sameBits;
 
 TEST(ObjStdioAgreement, RandomFilesReadIdentically) {
     KELP_REQUIRE_GLIBC_REFERENCE();

@@ -1,6 +1,7 @@
 #include "ply/PlyFile.h"
 
 #include "PlyTestFiles.h"
+#include "support/FileTest.h"
 
 #include <gtest/gtest.h>
 
@@ -18,15 +19,13 @@ namespace {
 constexpr const char* kLE = "binary_little_endian";
 constexpr const char* kBE = "binary_big_endian";
 
-class PlyData : public ::testing::Test {
+class PlyData : public KelpTest::FileTest {
 protected:
     // One element "e" of one instance with the given property lines.
     void open(const std::string& format, const std::string& properties, const std::string& body) {
         std::memset(record, 0xAA, sizeof record);
-        const std::string path = dir.file("d.ply");
-        KelpTest::writeFile(path, header(format, "element e 1\n" + properties) + body);
         ply = PlyFile();
-        ASSERT_TRUE(ply.open(path.c_str()));
+        ASSERT_TRUE(ply.open(write(header(format, "element e 1\n" + properties) + body)));
     }
 
     bool request(const char* name, PlyScalarType stored, PlyScalarType memory, std::size_t offset) {
@@ -51,7 +50,6 @@ protected:
         return v;
     }
 
-    KelpTest::TempDir dir;
     PlyFile ply;
     unsigned char record[4096];
 };

@@ -1,6 +1,7 @@
 #include "ply/PlyFile.h"
 
 #include "PlyTestFiles.h"
+#include "support/FileTest.h"
 
 #include <gtest/gtest.h>
 
@@ -9,17 +10,14 @@ using KelpPlyTest::header;
 
 namespace {
 
-class PlyHeader : public ::testing::Test {
+class PlyHeader : public KelpTest::FileTest {
 protected:
     // Opens `text` as a PLY file; returns the error code (0 when it opened).
     int open(const std::string& text) {
-        const std::string path = dir.file("h.ply");
-        KelpTest::writeFile(path, text);
         ply = PlyFile();
-        return ply.open(path.c_str()) ? 0 : ply.lastError;
+        return ply.open(write(text)) ? 0 : ply.lastError;
     }
 
-    KelpTest::TempDir dir;
     PlyFile ply;
 };
 

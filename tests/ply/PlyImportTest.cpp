@@ -4,7 +4,8 @@
 #include "scan/ScanSource.h"
 
 #include "PlyTestFiles.h"
-#include "support/LocaleGuard.h"
+#include "support/Bits.h"
+#include "support/FileTest.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +31,11 @@ std::string faceList(int count) {
 const std::vector<Vec3f> kFourVertices = {{1, 2, 3}, {2, 3, 4}, {3, 4, 5}, {4, 5, 6}};
 const std::string kFourVerticesText = "1 2 3\n2 3 4\n3 4 5\n4 5 6\n";
 
-class PlyImport : public ::testing::Test {
+class PlyImport : public KelpTest::FileTest {
 protected:
     int import(const std::string& bytes) {
-        const std::string path = dir.file("m.ply");
-        KelpTest::writeFile(path, bytes);
         mesh = KelpTriMesh();
-        const int code = KelpPly::readPlyFile(path.c_str(), &mesh);
+        const int code = KelpPly::readPlyFile(write(bytes), &mesh);
         EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
         EXPECT_EQ(mesh.vertexFlags.size(), mesh.vertices.size());
         EXPECT_EQ(mesh.faceCount, mesh.faces.size());
@@ -50,7 +49,6 @@ protected:
         return b;
     }
 
-    KelpTest::TempDir dir;
     KelpTriMesh mesh;
 };
 
@@ -61,11 +59,10 @@ TEST_F(PlyImport, AsciiFilesLoadAndAppend) {
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 3}}));
 
     // The exported entry appends; new faces keep their own numbers.
-    ASSERT_TRUE(KelpGraphic::KelpReadPly(dir.file("m.ply").c_str(), &mesh));
+    ASSERT_TRUE(KelpGraphic::KelpReadPly(path.c_str(), &mesh));
     EXPECT_EQ(mesh.vertexCount, 8u);
     EXPECT_EQ(mesh.faces, (Faces{{0, 1, 2}, {2, 1, 3}, {0, 1, 2}, {2, 1, 3}}));
     EXPECT_FALSE(KelpGraphic::KelpReadPly(nullptr, &mesh));
-    EXPECT_FALSE(KelpGraphic::KelpReadPly(dir.file("missing.ply").c_str(), &mesh));
 }
 
 // Big endian files are read in the machine's order, and a requested int or
@@ -275,8 +272,7 @@ TEST_F(PlyImport, AsciiInstancesDecodeAlikeInOnePassAndValueByValue) {
         KelpScan::ScanSource::setChunkForTesting(0);
         EXPECT_EQ(plainCode, 0);
         EXPECT_EQ(signedCode, 0);
-        ASSERT_EQ(mesh.vertices.size(), planned.vertices.size());
-        EXPECT_EQ(std::memcmp(mesh.vertices.data(), planned.vertices.data(), sizeof(Vec3f) * mesh.vertices.size()), 0);
+        EXPECT_TRUE(KelpTest::sameBits(mesh.vertices, planned.vertices));
         EXPECT_EQ(mesh.faces, planned.faces);
     }
 }
@@ -313,10 +309,7 @@ TEST_F(PlyImport, ElementsWithoutPropertiesRepeatTheLoadRecord) {
 // Counts the mesh's 32-bit fields cannot hold fail like an allocation: false,
 // nothing half-appended.
 TEST_F(PlyImport, OutputBeyondTheMeshCountsFails) {
-    const std::string path = dir.file("m.ply");
-    KelpTest::writeFile(path, header("ascii", kVertexXyz + faceList(1) + "element vertex 2147483647\n") +
-                                  kFourVerticesText + "3 0 1 2\n");
-    mesh = KelpTriMesh();
+    write(header("ascii", kVertexXyz + faceList(1) + "element vertex 2147483647\n") + kFourVerticesText + "3 0 1 2\n");
     mesh.vertexCount = 0xFFFFFFFFu - 2147483646u - 4u;  // room for the file's own vertices and no more
     EXPECT_EQ(KelpPly::readPlyFile(path.c_str(), &mesh), KelpPly::PlyImportBadInstance);
     EXPECT_EQ(mesh.vertices.size(), 4u);
@@ -377,15 +370,6 @@ TEST_F(PlyImport, TruncatedAbsurdAndMutatedInputsFailWithoutHarm) {
             import(header(format, decl) + bytes);  // the checks are import's own
         }
     }
-}
-
-TEST_F(PlyImport, DoesNotSwitchTheLocale) {
-    KELP_REQUIRE_READER_LOCALE();
-    KelpTest::LocaleGuard guard;
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    const std::string before = KelpTest::currentLocale();
-    EXPECT_EQ(import(header("ascii", kVertexXyz + faceList(1)) + kFourVerticesText + "3 0 1 2\n"), 0);
-    EXPECT_EQ(KelpTest::currentLocale(), before);
 }
 
 }  // namespace

@@ -27,9 +27,8 @@ struct Bytes {
     }
     Bytes& i32(std::int32_t v) { return le(static_cast<std::uint32_t>(v), 4); }
     Bytes& f32(float f) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &f, 4);
-        return le(bits, 4);
+        KelpTest::putF32(data, f);
+        return *this;
     }
 };
 

@@ -1,6 +1,7 @@
 #include <KelpFileIO.h>
 
-#include "support/LocaleGuard.h"
+#include "support/Bits.h"
+#include "support/FileTest.h"
 #include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,6 @@
 #include "scan/ScanSource.h"
 
 #include <cmath>
-#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -19,48 +19,39 @@ using KelpCore::Vec3f;
 
 namespace {
 
-class AscRead : public ::testing::Test {
+class AscRead : public KelpTest::FileTest {
 protected:
     std::vector<Vec3f> read(const std::string& text) {
-        const std::string path = dir.file("cloud.asc");
-        KelpTest::writeFile(path, text);
         KelpPointSet cloud;
-        EXPECT_TRUE(KelpGraphic::KelpReadAsc(path.c_str(), &cloud));
+        EXPECT_TRUE(KelpGraphic::KelpReadAsc(write(text), &cloud));
         EXPECT_EQ(cloud.vertexCount, cloud.vertices.size());
         EXPECT_EQ(cloud.vertexFlags.size(), cloud.vertices.size());
         return cloud.vertices;
     }
-
-    KelpTest::LocaleGuard locale;
-    KelpTest::TempDir dir;
 };
 
-TEST_F(AscRead, FinalLineFeedRepeatsTheLastPoint) {
-    EXPECT_EQ(read("1 2 3\n4 5 6\n"), (std::vector<Vec3f>{{1, 2, 3}, {4, 5, 6}, {4, 5, 6}}));
-    EXPECT_EQ(read("1 2 3\n4 5 6"), (std::vector<Vec3f>{{1, 2, 3}, {4, 5, 6}}));
-}
-
-TEST_F(AscRead, UnreadableLinesKeepStaleCoordinates) {
-    EXPECT_EQ(read("1 2 3\n\n7 8 9\n"), (std::vector<Vec3f>{{1, 2, 3}, {1, 2, 3}, {7, 8, 9}, {7, 8, 9}}));
-    // After the first failed extraction the line stream is failed: y and z stay.
-    EXPECT_EQ(read("4 5 6\n1,2,3"), (std::vector<Vec3f>{{4, 5, 6}, {1, 5, 6}}));
-    EXPECT_EQ(read("4 5 6\n9 x 7"), (std::vector<Vec3f>{{4, 5, 6}, {9, 5, 6}}));
-    EXPECT_EQ(read("4 5 6\n1 2"), (std::vector<Vec3f>{{4, 5, 6}, {1, 2, 6}}));
-    // Before any successful read the coordinates start at zero.
-    EXPECT_EQ(read("abc\n"), (std::vector<Vec3f>{{0, 0, 0}, {0, 0, 0}}));
-}
-
-TEST_F(AscRead, OnlyTheFirstThreeNumbersCount) {
-    EXPECT_EQ(read("1 2 3 0.5 0.25 1 255 0 0"), (std::vector<Vec3f>{{1, 2, 3}}));
-}
-
-TEST_F(AscRead, EmptyFileGivesOnePointFromTheFailedFirstLine) {
-    EXPECT_EQ(read(""), (std::vector<Vec3f>{{0, 0, 0}}));
-}
-
-TEST_F(AscRead, StreamNotationAndLineEnds) {
-    EXPECT_EQ(read("-2e3 +.5 1.\r\n"), (std::vector<Vec3f>{{-2000, 0.5f, 1}, {-2000, 0.5f, 1}}));
-    EXPECT_EQ(read("\t 1\t2   3   "), (std::vector<Vec3f>{{1, 2, 3}}));
+TEST_F(AscRead, StreamQuirks) {
+    const std::pair<const char*, std::vector<Vec3f>> cases[] = {
+        // A final line feed repeats the last point.
+        {"1 2 3\n4 5 6\n", {{1, 2, 3}, {4, 5, 6}, {4, 5, 6}}},
+        {"1 2 3\n4 5 6", {{1, 2, 3}, {4, 5, 6}}},
+        // Unreadable lines keep stale coordinates: after the first failed
+        // extraction the line stream is failed, so y and z stay.
+        {"1 2 3\n\n7 8 9\n", {{1, 2, 3}, {1, 2, 3}, {7, 8, 9}, {7, 8, 9}}},
+        {"4 5 6\n1,2,3", {{4, 5, 6}, {1, 5, 6}}},
+        {"4 5 6\n9 x 7", {{4, 5, 6}, {9, 5, 6}}},
+        {"4 5 6\n1 2", {{4, 5, 6}, {1, 2, 6}}},
+        // Before any successful read the coordinates start at zero; an empty
+        // file gives one point from its failed first line.
+        {"abc\n", {{0, 0, 0}, {0, 0, 0}}},
+        {"", {{0, 0, 0}}},
+        // Only the first three numbers count.
+        {"1 2 3 0.5 0.25 1 255 0 0", {{1, 2, 3}}},
+        // Stream notation and line ends.
+        {"-2e3 +.5 1.\r\n", {{-2000, 0.5f, 1}, {-2000, 0.5f, 1}}},
+        {"\t 1\t2   3   ", {{1, 2, 3}}},
+    };
+    for (const auto& [text, points] : cases) EXPECT_EQ(read(text), points) << text;
 }
 
 // The stream loop itself, with a failed extraction keeping the coordinate's
@@ -97,105 +88,40 @@ TEST_F(AscRead, RandomLinesReadAsTheStreamLoop) {
             text += "\n";
         }
         if (random() % 2 && !text.empty()) text.pop_back();
-        const std::string path = dir.file("random.asc");
-        KelpTest::writeFile(path, text);
-        const std::vector<Vec3f> expected = streamLoop(path);
+        const std::vector<Vec3f> expected = streamLoop(write(text));
         // Every other file through a window of a few bytes: refills inside numbers.
         KelpScan::ScanSource::setChunkForTesting(round % 2 ? 1 + round % 7 : 0);
         const std::vector<Vec3f> actual = read(text);
         KelpScan::ScanSource::setChunkForTesting(0);
-        ASSERT_EQ(actual.size(), expected.size()) << text;
-        ASSERT_EQ(std::memcmp(actual.data(), expected.data(), actual.size() * sizeof(Vec3f)), 0) << text;
+        ASSERT_TRUE(KelpTest::sameBits(actual, expected)) << text;
     }
 }
 
 TEST_F(AscRead, AppendsToWhatTheCloudHolds) {
-    const std::string path = dir.file("append.asc");
-    KelpTest::writeFile(path, "1 1 1");
     KelpPointSet cloud;
     cloud.vertexAttributes = 1;
     cloud.addVertex({9, 9, 9});
-    ASSERT_TRUE(KelpGraphic::KelpReadAsc(path.c_str(), &cloud));
+    ASSERT_TRUE(KelpGraphic::KelpReadAsc(write("1 1 1"), &cloud));
     EXPECT_EQ(cloud.vertices, (std::vector<Vec3f>{{9, 9, 9}, {1, 1, 1}}));
     EXPECT_EQ(cloud.vertexNormals.size(), 2u);
 }
 
-TEST_F(AscRead, MissingFileIsFalseAndAddsNothing) {
-    KelpPointSet cloud;
-    EXPECT_FALSE(KelpGraphic::KelpReadAsc(dir.file("missing.asc").c_str(), &cloud));
-    EXPECT_EQ(cloud.vertexCount, 0u);
-}
-
-TEST_F(AscRead, ParsesUnderCAndLeavesTheLocaleAtC) {
-    KELP_REQUIRE_READER_LOCALE();
-    const std::string path = dir.file("locale.asc");
-    KelpTest::writeFile(path, "1.5 2.5 3.5");
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    KelpPointSet cloud;
-    ASSERT_TRUE(KelpGraphic::KelpReadAsc(path.c_str(), &cloud));
-    EXPECT_EQ(cloud.vertices, (std::vector<Vec3f>{{1.5f, 2.5f, 3.5f}}));
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
-
-    // Also when the file is missing: "C" comes back right after the open.
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    EXPECT_FALSE(KelpGraphic::KelpReadAsc(dir.file("missing.asc").c_str(), &cloud));
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
-}
-
-class AscWrite : public ::testing::Test {
-protected:
-    KelpTest::LocaleGuard locale;
-    KelpTest::TempDir dir;
-};
+using AscWrite = KelpTest::FileTest;
 
 TEST_F(AscWrite, SixDecimalsASpaceAfterEachNumberAndABareLineFeed) {
-    KelpPointSet cloud;
-    cloud.vertexAttributes = 1;
-    cloud.addVertex({1.0f, 2.5f, -3.0f});
-    cloud.addVertex({0.1f, 1e20f, -0.0000004f});
-    const std::string path = dir.file("out.asc");
-    ASSERT_TRUE(KelpGraphic::KelpWriteAsc(path.c_str(), &cloud));
-    EXPECT_EQ(KelpTest::readFile(path),
-              "1.000000 2.500000 -3.000000 \n"
-              "0.100000 100000002004087734272.000000 -0.000000 \n");
-}
-
-TEST_F(AscWrite, NonFiniteValuesAsPrintfSpellsThem) {
-    KelpPointSet cloud;
-    cloud.addVertex({INFINITY, -INFINITY, 3.0f});
-    const std::string path = dir.file("inf.asc");
-    ASSERT_TRUE(KelpGraphic::KelpWriteAsc(path.c_str(), &cloud));
-    EXPECT_EQ(KelpTest::readFile(path), "inf -inf 3.000000 \n");
-}
-
-TEST_F(AscWrite, EmptyCloudGivesEmptyFileAndUnwritablePathFails) {
-    KelpPointSet cloud;
-    const std::string path = dir.file("empty.asc");
-    ASSERT_TRUE(KelpGraphic::KelpWriteAsc(path.c_str(), &cloud));
-    EXPECT_EQ(KelpTest::readFile(path), "");
-    EXPECT_FALSE(KelpGraphic::KelpWriteAsc(dir.file("no/such/dir.asc").c_str(), &cloud));
-}
-
-TEST_F(AscWrite, LeavesTheLocaleAlone) {
-    KELP_REQUIRE_READER_LOCALE();
-    KelpPointSet cloud;
-    cloud.addVertex({1, 2, 3});
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    ASSERT_TRUE(KelpGraphic::KelpWriteAsc(dir.file("l.asc").c_str(), &cloud));
-    EXPECT_EQ(KelpTest::currentLocale(), KelpTest::readerLocaleName());
-}
-
-TEST_F(AscWrite, RoundTripKeepsSixDecimals) {
-    KelpPointSet cloud;
-    for (int i = 0; i < 1000; ++i) cloud.addVertex({i * 0.001f, -i * 1.25f, 1e6f + i});
-    const std::string path = dir.file("round.asc");
-    ASSERT_TRUE(KelpGraphic::KelpWriteAsc(path.c_str(), &cloud));
-    KelpPointSet back;
-    ASSERT_TRUE(KelpGraphic::KelpReadAsc(path.c_str(), &back));
-    ASSERT_EQ(back.vertexCount, 1001u);
-    for (int i = 0; i < 1000; ++i)
-        for (int a = 0; a < 3; ++a) EXPECT_NEAR(back.vertices[i][a], cloud.vertices[i][a], 5e-7 * (1 + std::abs(cloud.vertices[i][a])));
-    EXPECT_EQ(back.vertices[1000], back.vertices[999]);
+    const std::pair<std::vector<Vec3f>, const char*> cases[] = {
+        {{{1.0f, 2.5f, -3.0f}, {0.1f, 1e20f, -0.0000004f}},
+         "1.000000 2.500000 -3.000000 \n0.100000 100000002004087734272.000000 -0.000000 \n"},
+        {{{INFINITY, -INFINITY, 3.0f}}, "inf -inf 3.000000 \n"},  // as printf spells them
+        {{}, ""},
+    };
+    for (const auto& [points, text] : cases) {
+        KelpPointSet cloud;
+        cloud.vertexAttributes = 1;
+        for (const Vec3f& p : points) cloud.addVertex(p);
+        ASSERT_TRUE(KelpGraphic::KelpWriteAsc(path.c_str(), &cloud));
+        EXPECT_EQ(KelpTest::readFile(path), text);
+    }
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 #include <KelpFileIO.h>
 
+#include "support/Bits.h"
 #include "support/CReference.h"
-#include "support/LocaleGuard.h"
+#include "support/FileTest.h"
 #include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -22,19 +23,15 @@ namespace {
 
 const std::string kHead = "0\nSECTION\n2\nENTITIES\n";
 
-class DxfRead : public ::testing::Test {
+class DxfRead : public KelpTest::FileTest {
 protected:
     // Appends to `cloud`, which starts empty in each test.
     bool read(const std::string& text) {
-        KelpTest::writeFile(path, text);
-        const bool result = KelpGraphic::KelpReadDxf(path.c_str(), &cloud);
+        const bool result = KelpGraphic::KelpReadDxf(write(text), &cloud);
         EXPECT_EQ(cloud.vertexFlags.size(), cloud.vertexCount);
         return result;
     }
 
-    KelpTest::LocaleGuard locale;
-    KelpTest::TempDir dir;
-    const std::string path = dir.file("drawing.dxf");
     KelpPointSet cloud;
 };
 
@@ -61,7 +58,6 @@ TEST_F(DxfRead, WordQuirks) {
 
 TEST_F(DxfRead, FormatFailuresLeaveTheLocaleSwitchedAndEndOfFileSucceeds) {
     KELP_REQUIRE_READER_LOCALE();
-    EXPECT_FALSE(KelpGraphic::KelpReadDxf(dir.file("missing.dxf").c_str(), &cloud));
     for (const std::string& text : {"999\ncomment\n" + kHead + "POINT 0 ENDSEC", std::string("0 SECTION 2 entities")}) {
         std::setlocale(LC_ALL, "C");
         EXPECT_FALSE(read(text)) << text;
@@ -109,18 +105,14 @@ TEST_F(DxfRead, RandomWordsReadAsTheStdioLoop) {
         for (int i = static_cast<int>(random() % 200); i > 0; --i)
             text += vocabulary[random() % vocabulary.size()] + spaces[random() % 5];
         Points expected;
-        KelpTest::writeFile(path, text);
-        const bool expectedResult = stdioRead(path, expected);
+        const bool expectedResult = stdioRead(write(text), expected);
         cloud = KelpPointSet();
         // Every other file through a window of a few bytes: refills inside words and numbers.
         KelpScan::ScanSource::setChunkForTesting(round % 2 ? 1 + round % 7 : 0);
         const bool result = read(text);
         KelpScan::ScanSource::setChunkForTesting(0);
         ASSERT_EQ(result, expectedResult) << text;
-        ASSERT_EQ(cloud.vertices.size(), expected.size()) << text;
-        // Bitwise, so that NaN coordinates compare too.
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            ASSERT_EQ(std::memcmp(&cloud.vertices[i], &expected[i], sizeof(Vec3f)), 0) << text;
+        ASSERT_TRUE(KelpTest::sameBits(cloud.vertices, expected)) << text;
         std::setlocale(LC_ALL, "C");
     }
 }

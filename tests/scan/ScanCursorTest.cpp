@@ -53,9 +53,13 @@ std::vector<std::string> spellingFamily() {
     return family;
 }
 
-TEST(ScanCursor, EverySpellingAsTheCLibrary) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
+class ScanCursor : public ::testing::Test {
+protected:
+    void SetUp() override { KELP_REQUIRE_GLIBC_REFERENCE(); }
     KelpTest::LocaleGuard guard;
+};
+
+TEST_F(ScanCursor, EverySpellingAsTheCLibrary) {
     const std::vector<std::string> family = spellingFamily();
     const std::string tails[] = {"", " ", "\n", "x", " 7"};
     for (const char* locale : scanLocales()) {
@@ -74,9 +78,7 @@ TEST(ScanCursor, EverySpellingAsTheCLibrary) {
     }
 }
 
-TEST(ScanCursor, RandomCallsOnRandomText) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
-    KelpTest::LocaleGuard guard;
+TEST_F(ScanCursor, RandomCallsOnRandomText) {
     const std::vector<std::string> family = spellingFamily();
     const std::string alphabet = std::string("0123456789.eE+-xXpPnNaAiIfFtTyY \n\t\r\v/#(\xa0\x85\xff", 42) + '\0';
     std::mt19937 random(20261124);
@@ -99,9 +101,7 @@ TEST(ScanCursor, RandomCallsOnRandomText) {
 // Plain numbers of every length up to 19 digits, with and without an
 // exponent, some right on a float's rounding boundary: the one-pass
 // conversion rounds as strtof and strtod do.
-TEST(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
-    KelpTest::LocaleGuard guard;
+TEST_F(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
     std::mt19937 random(17);
     std::string text;
     for (int i = 0; i < 4000; ++i) {
@@ -126,9 +126,7 @@ TEST(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
 
 // Words and lines far longer than the window, split where "%250s" and fgets
 // split them.
-TEST(ScanCursor, LongWordsAndLines) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
-    KelpTest::LocaleGuard guard;
+TEST_F(ScanCursor, LongWordsAndLines) {
     std::mt19937 random(7);
     for (int round = 0; round < 60; ++round) {
         std::string text;
@@ -147,9 +145,7 @@ TEST(ScanCursor, LongWordsAndLines) {
     }
 }
 
-TEST(ScanCursor, StreamExtractionAsIstringstream) {
-    KELP_REQUIRE_GLIBC_REFERENCE();
-    KelpTest::LocaleGuard guard;
+TEST_F(ScanCursor, StreamExtractionAsIstringstream) {
     const std::vector<std::string> family = spellingFamily();
     std::mt19937 random(11);
     for (int round = 0; round < 3000; ++round) {

@@ -3,6 +3,7 @@
 // short one.
 #include <KelpFileIO.h>
 
+#include "support/Bits.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
 
@@ -50,11 +51,6 @@ long peakKilobytes() {
     return usage.ru_maxrss;
 }
 
-template <typename T>
-bool sameBits(const std::vector<T>& a, const std::vector<T>& b) {
-    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
-}
-
 TEST(ScanStreaming, FifosReadLikeRegularFiles) {
     KelpTest::LocaleGuard guard;
     KelpTest::TempDir dir;
@@ -67,16 +63,16 @@ TEST(ScanStreaming, FifosReadLikeRegularFiles) {
     KelpTest::writeFile(file, obj);
     ASSERT_TRUE(KelpGraphic::KelpReadObj(file.c_str(), &fromFile));
     readThroughFifo(fifo, obj, obj.size(), ' ', [&] { EXPECT_TRUE(KelpGraphic::KelpReadObj(fifo.c_str(), &fromFifo)); });
-    EXPECT_TRUE(sameBits(fromFifo.vertices, fromFile.vertices));
-    EXPECT_TRUE(sameBits(fromFifo.faces, fromFile.faces));
-    EXPECT_TRUE(sameBits(fromFifo.vertexNormals, fromFile.vertexNormals));
+    EXPECT_TRUE(KelpTest::sameBits(fromFifo.vertices, fromFile.vertices));
+    EXPECT_TRUE(KelpTest::sameBits(fromFifo.faces, fromFile.faces));
+    EXPECT_TRUE(KelpTest::sameBits(fromFifo.vertexNormals, fromFile.vertexNormals));
 
     for (const auto& [text, reader] : {std::pair{asc, KelpGraphic::KelpReadAsc}, std::pair{dxf, KelpGraphic::KelpReadDxf}}) {
         KelpPointSet a, b;
         KelpTest::writeFile(file, text);
         ASSERT_TRUE(reader(file.c_str(), &a));
         readThroughFifo(fifo, text, text.size(), ' ', [&, r = reader] { EXPECT_TRUE(r(fifo.c_str(), &b)); });
-        EXPECT_TRUE(sameBits(b.vertices, a.vertices)) << text;
+        EXPECT_TRUE(KelpTest::sameBits(b.vertices, a.vertices)) << text;
     }
 }
 

@@ -9,13 +9,16 @@
 #include "scan/ScanCursor.h"
 #include "scan/ScanPlainPass.h"
 #include "scan/ScanSource.h"
+#include "support/Bits.h"
 #include "support/CReference.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -35,82 +38,65 @@ inline const char* scanOpName(ScanOp op) {
     return names[static_cast<int>(op)];
 }
 
-template <typename T>
-std::uint64_t bitsOf(T value) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    return bits;
-}
-
 class ScanOracle {
 public:
     // `chunk` is the window's refill size; the locale in force now is the one
     // both sides scan under.
     ScanOracle(const std::string& text, std::size_t chunk) : text_(text), mine_(text) {
-        stdio_ = open(text_);
+        stdioFile_.reset(stdio_ = open(text_));
         KelpScan::ScanSource::setChunkForTesting(chunk);
-        cursorFile_ = open(mine_);
-        source_ = new KelpScan::ScanSource(cursorFile_);
+        cursorFile_.reset(open(mine_));
+        source_ = std::make_unique<KelpScan::ScanSource>(cursorFile_.get());
         KelpScan::ScanSource::setChunkForTesting(0);
-        cursor_ = new KelpScan::ScanCursor(*source_, KelpScan::ScanLocale::current());
+        cursor_ = std::make_unique<KelpScan::ScanCursor>(*source_, KelpScan::ScanLocale::current());
     }
-    ~ScanOracle() {
-        delete cursor_;
-        delete source_;
-        std::fclose(cursorFile_);
-        std::fclose(stdio_);
-    }
-    ScanOracle(const ScanOracle&) = delete;
-    ScanOracle& operator=(const ScanOracle&) = delete;
 
     // One call on both sides; a gtest failure describes the first difference.
     void step(ScanOp op) {
         SCOPED_TRACE(::testing::Message() << scanOpName(op) << " at byte " << std::ftell(stdio_));
         std::uint64_t theirs = 0, ours = 0;
         int theirResult = 0, ourResult = 0;
+        // A conversion into a value both sides start from `seed`.
+        const auto number = [&](auto seed, const char* format, auto read) {
+            auto a = seed, b = seed;
+            theirResult = std::fscanf(stdio_, format, &a) == 1;
+            ourResult = read(b);
+            theirs = bitsOf(a), ours = bitsOf(b);
+        };
+        // A word or line into a buffer of `limit` characters.
+        const auto text = [&](const char* buffer, const char* word, std::size_t length, std::size_t limit) {
+            if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), limit);
+            if (ourResult) ours = hashPrefix(word, length, limit);
+        };
+        char buffer[251];
+        std::string word;
+        const char* view = nullptr;
+        std::size_t length = 0;
+        using KelpScan::ScanCursor;
+        using KelpScan::ScanPlainPass;
         switch (op) {
             case ScanOp::Word: {
-                std::string buffer(text_.size() + 1, '\x7f'), word;
-                theirResult = std::fscanf(stdio_, "%s", &buffer[0]) == 1;
+                std::string unbounded(text_.size() + 1, '\x7f');
+                theirResult = std::fscanf(stdio_, "%s", &unbounded[0]) == 1;
                 ourResult = cursor_->readWord(word, 64);
-                if (theirResult) theirs = hashPrefix(buffer.data(), std::strlen(buffer.c_str()), 64);
-                if (ourResult) ours = hashPrefix(word.data(), word.find('\0') == std::string::npos ? word.size() : word.find('\0'), 64);
+                text(unbounded.c_str(), word.data(), word.size(), 64);
                 break;
             }
-            case ScanOp::Word250: {
-                char buffer[251];
-                std::string word;
+            case ScanOp::Word250:
                 theirResult = std::fscanf(stdio_, "%250s", buffer) == 1;
                 ourResult = cursor_->readWordWidth(word, 250);
-                if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
-                if (ourResult) ours = hashPrefix(word.data(), std::strlen(word.c_str()), 250);
+                text(buffer, word.data(), word.size(), 250);
                 break;
-            }
-            case ScanOp::Word250InPlace: {
-                char buffer[251];
-                const char* word = nullptr;
-                std::size_t length = 0;
+            case ScanOp::Word250InPlace:
                 theirResult = std::fscanf(stdio_, "%250s", buffer) == 1;
-                ourResult = cursor_->readWordWidth(word, length, 250);
-                if (theirResult) theirs = hashPrefix(buffer, std::strlen(buffer), 250);
-                if (ourResult) ours = hashPrefix(word, std::strlen(std::string(word, length).c_str()), 250);
+                ourResult = cursor_->readWordWidth(view, length, 250);
+                text(buffer, view, length, 250);
                 break;
-            }
-            case ScanOp::PlainFloat: {
-                float a = -7.0f, b = -7.0f;
-                theirResult = std::fscanf(stdio_, "%f", &a) == 1;
-                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readFloat, &KelpScan::ScanCursor::readFloat);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::Line:
+                theirResult = std::fgets(buffer, 17, stdio_) != nullptr;
+                ourResult = cursor_->readLine(17, view, length);
+                text(buffer, view, length, 64);
                 break;
-            }
-            case ScanOp::PlainInt: {
-                int a = -7;
-                std::int32_t b = -7;
-                theirResult = std::fscanf(stdio_, "%d", &a) == 1;
-                ourResult = passOrCall(b, &KelpScan::ScanPlainPass::readInt, &KelpScan::ScanCursor::readInt);
-                theirs = static_cast<std::uint32_t>(a), ours = static_cast<std::uint32_t>(b);
-                break;
-            }
             case ScanOp::SkipWord:
                 theirResult = std::fscanf(stdio_, "%*s") == 0;
                 ourResult = cursor_->skipWord();
@@ -119,46 +105,16 @@ public:
                 std::fscanf(stdio_, " ");
                 cursor_->skipSpace();
                 break;
-            case ScanOp::Float: {
-                float a = -7.0f, b = -7.0f;
-                theirResult = std::fscanf(stdio_, "%f", &a) == 1;
-                ourResult = cursor_->readFloat(b);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::Float: number(-7.0f, "%f", [&](float& v) { return cursor_->readFloat(v); }); break;
+            case ScanOp::Double: number(-7.0, "%lf", [&](double& v) { return cursor_->readDouble(v); }); break;
+            case ScanOp::Int: number(-7, "%d", [&](std::int32_t& v) { return cursor_->readInt(v); }); break;
+            case ScanOp::Unsigned: number(7u, "%u", [&](std::uint32_t& v) { return cursor_->readUnsigned(v); }); break;
+            case ScanOp::PlainFloat:
+                number(-7.0f, "%f", [&](float& v) { return passOrCall(v, &ScanPlainPass::readFloat, &ScanCursor::readFloat); });
                 break;
-            }
-            case ScanOp::Double: {
-                double a = -7.0, b = -7.0;
-                theirResult = std::fscanf(stdio_, "%lf", &a) == 1;
-                ourResult = cursor_->readDouble(b);
-                theirs = bitsOf(a), ours = bitsOf(b);
+            case ScanOp::PlainInt:
+                number(-7, "%d", [&](std::int32_t& v) { return passOrCall(v, &ScanPlainPass::readInt, &ScanCursor::readInt); });
                 break;
-            }
-            case ScanOp::Int: {
-                int a = -7;
-                std::int32_t b = -7;
-                theirResult = std::fscanf(stdio_, "%d", &a) == 1;
-                ourResult = cursor_->readInt(b);
-                theirs = static_cast<std::uint32_t>(a), ours = static_cast<std::uint32_t>(b);
-                break;
-            }
-            case ScanOp::Unsigned: {
-                unsigned a = 7;
-                std::uint32_t b = 7;
-                theirResult = std::fscanf(stdio_, "%u", &a) == 1;
-                ourResult = cursor_->readUnsigned(b);
-                theirs = a, ours = b;
-                break;
-            }
-            case ScanOp::Line: {
-                std::string buffer(64, '\0');
-                theirResult = std::fgets(&buffer[0], 17, stdio_) != nullptr;
-                const char* line = nullptr;
-                std::size_t length = 0;
-                ourResult = cursor_->readLine(17, line, length);
-                if (theirResult) theirs = hashPrefix(buffer.data(), std::strlen(buffer.c_str()), 64);
-                if (ourResult) ours = hashPrefix(line, std::strlen(std::string(line, length).c_str()), 64);
-                break;
-            }
             case ScanOp::SkipLine: {
                 int c;
                 do c = std::fgetc(stdio_);
@@ -205,7 +161,7 @@ private:
     template <typename T>
     int passOrCall(T& value, bool (KelpScan::ScanPlainPass::*passRead)(T&), bool (KelpScan::ScanCursor::*read)(T&)) {
         KelpScan::ScanPlainPass pass(*cursor_, 64);
-        if (!(pass.*passRead)(value)) return (cursor_->*read)(value);
+        if (!(pass.*passRead)(value)) return ((*cursor_).*read)(value);
         pass.commit();
         return 1;
     }
@@ -214,8 +170,9 @@ private:
         if (bytes.empty()) return std::fopen("/dev/null", "r");
         return KelpTest::memoryStream(bytes);
     }
-    // The text a fixed-size field would hold, as a number to compare.
+    // The text a fixed-size field would hold (up to a zero byte), as a number to compare.
     static std::uint64_t hashPrefix(const char* text, std::size_t length, std::size_t limit) {
+        length = static_cast<std::size_t>(std::find(text, text + length, '\0') - text);
         std::uint64_t hash = 1469598103934665603ull ^ (length < limit ? length : limit);
         for (std::size_t i = 0; i < length && i < limit; ++i)
             hash = (hash ^ static_cast<unsigned char>(text[i])) * 1099511628211ull;
@@ -223,10 +180,11 @@ private:
     }
 
     std::string text_, mine_;
-    std::FILE* stdio_ = nullptr;
-    std::FILE* cursorFile_ = nullptr;
-    KelpScan::ScanSource* source_ = nullptr;
-    KelpScan::ScanCursor* cursor_ = nullptr;
+    using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+    File stdioFile_{nullptr, std::fclose}, cursorFile_{nullptr, std::fclose};
+    std::FILE* stdio_ = nullptr;  // stdioFile_'s stream, which the C library side reads
+    std::unique_ptr<KelpScan::ScanSource> source_;
+    std::unique_ptr<KelpScan::ScanCursor> cursor_;
 };
 
 }  // namespace KelpTest

@@ -81,6 +81,7 @@ inline std::string readTextFile(const std::string& path) {
 }
 
 // Byte builders for binary formats, shared with the sample generator.
+using KelpSamples::chunk3ds;
 using KelpSamples::putF32;
 using KelpSamples::putU16;
 using KelpSamples::putU32;

@@ -3,6 +3,7 @@
 
 #include "vrml/VrmlReader.h"
 
+#include "support/Bits.h"
 #include "support/TestFiles.h"
 
 #include <cstdint>
@@ -12,11 +13,7 @@
 
 namespace KelpVrmlTest {
 
-inline std::uint32_t bitsOf(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
+using KelpTest::bitsOf;
 
 struct Token {
     int code;

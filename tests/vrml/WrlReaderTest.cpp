@@ -2,7 +2,7 @@
 
 #include "vrml/VrmlReader.h"
 
-#include "support/LocaleGuard.h"
+#include "support/FileTest.h"
 #include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -22,12 +22,11 @@ constexpr const char* kHeader = "#VRML V1.0 ascii\n";
 constexpr const char* kTriangle =
     "Separator { Coordinate3 { point [0 0 0, 1 0 0, 0 1 0] } IndexedFaceSet { coordIndex [0, 1, 2, -1, ] } }";
 
-class WrlRead : public ::testing::Test {
+class WrlRead : public KelpTest::FileTest {
 protected:
     // Reads `text` into `mesh`, which starts empty in each test.
     const KelpTriMesh& read(const std::string& text) {
-        KelpTest::writeFile(path, text);
-        EXPECT_TRUE(KelpGraphic::KelpReadWrl(path.c_str(), &mesh));
+        EXPECT_TRUE(KelpGraphic::KelpReadWrl(write(text), &mesh));
         EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
         EXPECT_EQ(mesh.faceCount, mesh.faces.size());
         EXPECT_EQ(mesh.faceFlags.size(), mesh.faces.size());
@@ -38,9 +37,6 @@ protected:
         return read(text);
     }
 
-    KelpTest::LocaleGuard locale;
-    KelpTest::TempDir dir;
-    const std::string path = dir.file("scene.wrl");
     KelpTriMesh mesh;
 };
 
@@ -87,7 +83,6 @@ TEST_F(WrlRead, AppendsWithoutOffsettingIndicesAndFailuresAddNothing) {
     mesh.vertexAttributes = 1;
     mesh.addVertex({9, 9, 9});
     mesh.addFace(0, 0, 0);
-    EXPECT_TRUE(KelpGraphic::KelpReadWrl(dir.file("none.wrl").c_str(), &mesh));
     read(kHeader + std::string(kTriangle));
     EXPECT_EQ(mesh.vertexCount, 4u);
     EXPECT_EQ(mesh.vertexNormals.size(), 4u);
@@ -168,20 +163,9 @@ TEST_F(WrlReadDeathTest, ExpansionPastTheThirtyTwoBitCountsEndsTheProcess) {
     // ends the process with status -1 before anything is appended.
     std::string text = std::string(kHeader) + "Separator { DEF A Coordinate3 { point [1 1 1] }\n";
     for (int i = 0; i < 32; ++i) text += "DEF A Separator { USE A USE A }\n";
-    KelpTest::writeFile(path, text + "}");
+    write(text + "}");
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(KelpGraphic::KelpReadWrl(path.c_str(), &mesh), ::testing::ExitedWithCode(kExitMinusOne), "");
-}
-
-TEST_F(WrlRead, SwitchesTheLocaleAndPutsCBack) {
-    KELP_REQUIRE_READER_LOCALE();
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    EXPECT_EQ(read(kHeader + std::string("Coordinate3 { point [0.5 1.25 2] }")).vertices,
-              (std::vector<Vec3f>{{0.5f, 1.25f, 2}}));
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
-    std::setlocale(LC_ALL, KelpTest::kReaderLocale);
-    read("#VRML V2.0\n");
-    EXPECT_EQ(KelpTest::currentLocale(), "C");
 }
 
 }  // namespace
