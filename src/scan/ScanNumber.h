@@ -6,6 +6,8 @@
 // same for strtol/strtoul with their saturation.
 #pragma once
 
+#include "scan/ScanDigits.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -87,12 +89,14 @@ private:
 };
 
 // The one-pass path for a plain "-?digits[.digits]" (at most 19 digits),
-// with or without a complete exponent, at [begin, end): true with `value` converted exactly and `stop` after the
-// number; false, nothing converted, for any other shape or a result that
-// needs the general conversion. The caller decides what may follow.
+// with or without a complete exponent, at [begin, end): true with `value`
+// converted exactly and `stop` after the number; false, nothing converted,
+// for any other shape or a result that needs the general conversion. The
+// caller decides what may follow. convertPlainNumber (below) takes the usual
+// short shape inline and hands the rest to this.
 template <typename Real>
-bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
-                        const unsigned char*& stop);
+bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* end, Real& value,
+                               const unsigned char*& stop);
 
 // "%d" on a C string in memory (sscanf): optional white space, sign and
 // digits from [begin, end); a zero byte ends the text. False when no digit
@@ -101,5 +105,35 @@ bool scanIntText(const char* begin, const char* end, const bool (&space)[256], s
 
 // "%f" on a text in memory (sscanf) under `locale`: true when a value was stored.
 bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value);
+
+// convertPlainNumberGeneral's results, inline for the usual shape as "%f"
+// writes it: fewer than eight digits before and after the point, no
+// exponent, with room to look eight bytes ahead.
+template <typename Real>
+[[gnu::always_inline]] inline bool convertPlainNumber(const unsigned char* begin, const unsigned char* end,
+                                                      Real& value, const unsigned char*& stop) {
+    // Sign, eight digits, the point and eight more: what the loads may touch.
+    if (end - begin >= 24) {
+        const bool negative = *begin == '-';
+        const unsigned char* p = begin + (negative ? 1 : 0);
+        const DigitRun whole = digitRun(p);
+        p += whole.length;
+        std::uint64_t digits = whole.value;
+        unsigned places = 0;
+        if (*p == '.') {
+            const DigitRun fraction = digitRun(p + 1);
+            digits = digits * kPow10u[fraction.length] + fraction.value;
+            places = fraction.length;
+            p += 1 + places;
+        }
+        // At most fourteen digits: an exact double, scaled by one exact division.
+        if ((whole.length < 8) & (places < 8) & (whole.length + places != 0) & ((*p | 0x20) != 'e') &&
+            storeRounded(static_cast<double>(digits) / kPow10d[places], negative, value)) {
+            stop = p;
+            return true;
+        }
+    }
+    return convertPlainNumberGeneral(begin, end, value, stop);
+}
 
 }  // namespace KelpScan

@@ -115,9 +115,9 @@ TEST(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
         text += number + (random() % 2 ? " " : "\n");
     }
     // Halfway between two floats: 1 + 2^-24 and neighbours, as decimals.
-    text += "1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
+    text += "8388609.5 1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
     ScanOracle floats(text, 0), doubles(text, 0), passes(text, 0);
-    for (int i = 0; i < 4004; ++i) {
+    for (int i = 0; i < 4005; ++i) {
         ASSERT_NO_FATAL_FAILURE(floats.step(ScanOp::Float));
         ASSERT_NO_FATAL_FAILURE(doubles.step(ScanOp::Double));
         ASSERT_NO_FATAL_FAILURE(passes.step(ScanOp::PlainFloat));
