@@ -54,8 +54,21 @@ template <typename Real>
         std::memcpy(&bits, &scaled, sizeof bits);
         if ((bits & 0x1FFFFFFFu) == 0x10000000u || scaled > 3.4028234663852886e38) return false;
     }
-    const Real magnitude = static_cast<Real>(scaled);
-    value = negative ? -magnitude : magnitude;
+    // The sign as a bit rather than a branch: signs alternate at random in
+    // point data.
+    Real rounded = static_cast<Real>(scaled);
+    if constexpr (sizeof(Real) == sizeof(float)) {
+        std::uint32_t bits;
+        std::memcpy(&bits, &rounded, sizeof bits);
+        bits |= static_cast<std::uint32_t>(negative) << 31;
+        std::memcpy(&rounded, &bits, sizeof bits);
+    } else {
+        std::uint64_t bits;
+        std::memcpy(&bits, &rounded, sizeof bits);
+        bits |= static_cast<std::uint64_t>(negative) << 63;
+        std::memcpy(&rounded, &bits, sizeof bits);
+    }
+    value = rounded;
     return true;
 }
 
