@@ -106,6 +106,14 @@ bool scanIntText(const char* begin, const char* end, const bool (&space)[256], s
 // "%f" on a text in memory (sscanf) under `locale`: true when a value was stored.
 bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value);
 
+// strtod(text, nullptr) under `locale` on the C string [begin, end) (a zero
+// byte ends it too): the longest valid prefix's value, inf/nan spellings and
+// a NaN's "(payload)" included; 0 where nothing converts.
+double convertDoubleText(const char* begin, const char* end, const ScanLocale& locale);
+// strtol(text, nullptr, 10) under `locale`, saturated as strtol saturates a
+// 64-bit long, then its low 32 bits; 0 where nothing converts.
+std::int32_t convertIntText(const char* begin, const char* end, const ScanLocale& locale);
+
 // convertPlainNumberGeneral's results, inline for the usual shape as "%f"
 // writes it: fewer than eight digits before and after the point, no
 // exponent, with room to look eight bytes ahead.
