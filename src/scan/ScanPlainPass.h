@@ -36,7 +36,7 @@ public:
     // (which fails the pass: the line has no value there), then a plain number.
     bool extractFloat(float& value) {
         if (!ok_) return false;
-        while (p_ != end_ && *p_ != '\n' && space_[*p_]) ++p_;
+        skipBlanks();
         if (p_ == end_ || *p_ == '\n') return ok_ = false;
         return plainFloat(value);
     }
@@ -45,6 +45,12 @@ public:
     // in the pass's bytes.
     bool skipLine() {
         if (!ok_) return false;
+        // Mostly a blank or two and the line feed: no search needed.
+        skipBlanks();
+        if (p_ != end_ && *p_ == '\n') {
+            ++p_;
+            return true;
+        }
         const void* feed = std::memchr(p_, '\n', static_cast<std::size_t>(end_ - p_));
         if (!feed) return ok_ = false;
         p_ = static_cast<const unsigned char*>(feed) + 1;
@@ -80,6 +86,11 @@ private:
         value = converted;
         p_ = stop;
         return true;
+    }
+
+    // White space up to the line feed.
+    void skipBlanks() {
+        while (p_ != end_ && *p_ != '\n' && space_[*p_]) ++p_;
     }
 
     bool skipSpace() {
