@@ -184,7 +184,7 @@ constexpr std::ptrdiff_t kWideSlack = 24;
 // A complete exponent after the mantissa ("%e" output), from its 'e': added
 // to `exponent`, `p` moved past it. False when it has no digits (the general
 // path's: "1e" reads as 1) or more than six.
-bool plainExponent(const unsigned char*& p, const unsigned char* end, long& exponent) {
+[[gnu::noinline]] bool plainExponent(const unsigned char*& p, const unsigned char* end, long& exponent) {
     const unsigned char* q = p + 1;
     const bool negative = q != end && *q == '-';
     if (q != end && (*q == '+' || *q == '-')) ++q;
@@ -207,9 +207,23 @@ bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* 
     if (end - digits < kWideSlack || !wideMantissa(digits, m)) m = narrowMantissa(digits, end);
     // Up to 19 digits the mantissa cannot wrap.
     if (m.count == 0 || m.count > 19) return false;
-    const unsigned char* p = m.stop;
-    if (p != end && (*p == 'e' || *p == 'E') && !plainExponent(p, end, m.exponent)) return false;
-    if (!scaleExactly(m.digits, m.exponent, negative, value)) {
+    return finishPlainNumber(begin, m.stop, end, m.digits, m.exponent, negative, value, stop);
+}
+
+template <typename Real>
+bool finishPlainNumber(const unsigned char* begin, const unsigned char* p, const unsigned char* end,
+                       std::uint64_t mantissa, long exponent, bool negative, Real& value, const unsigned char*& stop) {
+    if (p != end && (*p == 'e' || *p == 'E')) {
+        // As "%e" writes it: a sign and two digits.
+        if (end - p > 4 && (p[1] == '-' || p[1] == '+') && isDigit(p[2]) && isDigit(p[3]) && !isDigit(p[4])) {
+            const long written = (p[2] - '0') * 10 + (p[3] - '0');
+            exponent += p[1] == '-' ? -written : written;
+            p += 4;
+        } else if (!plainExponent(p, end, exponent)) {
+            return false;
+        }
+    }
+    if (!scaleExactly(mantissa, exponent, negative, value)) {
         Real converted;
         const auto result =
             std::from_chars(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(p), converted);
@@ -220,6 +234,10 @@ bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* 
     return true;
 }
 
+template bool finishPlainNumber(const unsigned char*, const unsigned char*, const unsigned char*, std::uint64_t, long,
+                                bool, float&, const unsigned char*&);
+template bool finishPlainNumber(const unsigned char*, const unsigned char*, const unsigned char*, std::uint64_t, long,
+                                bool, double&, const unsigned char*&);
 template bool convertPlainNumberGeneral(const unsigned char*, const unsigned char*, float&, const unsigned char*&);
 template bool convertPlainNumberGeneral(const unsigned char*, const unsigned char*, double&, const unsigned char*&);
 

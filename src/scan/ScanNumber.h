@@ -97,6 +97,12 @@ private:
 template <typename Real>
 bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* end, Real& value,
                                const unsigned char*& stop);
+// Its last step, once the mantissa's `mantissa` * 10^`exponent` ends at `p`
+// (the number starting at `begin`): an exponent part if one follows, then
+// the conversion.
+template <typename Real>
+bool finishPlainNumber(const unsigned char* begin, const unsigned char* p, const unsigned char* end,
+                       std::uint64_t mantissa, long exponent, bool negative, Real& value, const unsigned char*& stop);
 
 // "%d" on a C string in memory (sscanf): optional white space, sign and
 // digits from [begin, end); a zero byte ends the text. False when no digit
@@ -134,11 +140,14 @@ template <typename Real>
             places = fraction.length;
             p += 1 + places;
         }
-        // At most fourteen digits: an exact double, scaled by one exact division.
-        if ((whole.length < 8) & (places < 8) & (whole.length + places != 0) & ((*p | 0x20) != 'e') &&
-            storeRounded(static_cast<double>(digits) / kPow10d[places], negative, value)) {
-            stop = p;
-            return true;
+        if ((whole.length < 8) & (places < 8) & (whole.length + places != 0)) {
+            // At most fourteen digits: an exact double, scaled by one exact division.
+            if ((*p | 0x20) != 'e' && storeRounded(static_cast<double>(digits) / kPow10d[places], negative, value)) {
+                stop = p;
+                return true;
+            }
+            // "%e" output: the mantissa is done; the exponent goes with the rest.
+            return finishPlainNumber(begin, p, end, digits, -static_cast<long>(places), negative, value, stop);
         }
     }
     return convertPlainNumberGeneral(begin, end, value, stop);
