@@ -137,8 +137,16 @@ template <typename Real>
         if (*p == '.') {
             const DigitRun fraction = digitRun(p + 1);
             digits = digits * kPow10u[fraction.length] + fraction.value;
-            places = fraction.length;
-            p += 1 + places;
+            // "%f" writes six places: as a (predicted) branch, the number's
+            // end, and so the next number's start, need not wait for the
+            // fraction's digits to be counted.
+            if (fraction.length == 6) {
+                places = 6;
+                p += 7;
+            } else {
+                places = fraction.length;
+                p += 1 + places;
+            }
         }
         if ((whole.length < 8) & (places < 8) & (whole.length + places != 0)) {
             // At most fourteen digits: an exact double, scaled by one exact division.
