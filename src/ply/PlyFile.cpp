@@ -1,6 +1,7 @@
 #include "ply/PlyFile.h"
 
-#include <cstdlib>
+#include "scan/ScanNumber.h"
+
 #include <cstring>
 
 namespace KelpPly {
@@ -92,7 +93,8 @@ int PlyFile::parseHeader() {
         else
             return PlyErrorBadFormatLine;
         if (!tokens.next(token)) return PlyErrorMissingLine;
-        version = static_cast<float>(std::strtod(token.c_str(), nullptr));
+        version = static_cast<float>(
+            KelpScan::convertDoubleText(token.data(), token.data() + token.size(), input.cursor().locale()));
     }
 
     PlyElement* current = nullptr;
@@ -109,7 +111,8 @@ int PlyFile::parseHeader() {
             std::string countText;
             if (!tokens.next(element.name)) return PlyErrorSyntax;
             if (!tokens.next(countText)) return PlyErrorSyntax;
-            element.count = static_cast<int>(std::strtol(countText.c_str(), nullptr, 10));
+            element.count =
+                KelpScan::convertIntText(countText.data(), countText.data() + countText.size(), input.cursor().locale());
             elements.push_back(std::move(element));
             current = &elements.back();
         } else if (keyword == "property") {

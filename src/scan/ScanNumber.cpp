@@ -3,6 +3,7 @@
 #include "platform/CFloat.h"
 
 #include "scan/ScanCursor.h"
+#include "scan/ScanDigits.h"
 
 #include <charconv>
 #include <clocale>
@@ -16,9 +17,6 @@
 namespace KelpScan {
 
 namespace {
-constexpr double kPow10d[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 bool isDigit(int c) { return c >= '0' && c <= '9'; }
 }  // namespace
 
@@ -125,60 +123,105 @@ std::uint32_t IntegerText::asUnsigned() const {
 
 namespace {
 // mantissa * 10^exponent in one correctly rounded double operation, when both
-// operands are exact doubles. For a float the double is then rounded again,
-// which is exact unless the double landed exactly on a midpoint between two
-// floats (no other float midpoint can lie between the value and its nearest
-// double, since midpoints are doubles); that case is left to from_chars.
+// operands are exact doubles.
 template <typename Real>
 bool scaleExactly(std::uint64_t mantissa, long exponent, bool negative, Real& value) {
     if (mantissa > (std::uint64_t(1) << 53) || exponent < -22 || exponent > 22) return false;
     double scaled = static_cast<double>(mantissa);
     scaled = exponent < 0 ? scaled / kPow10d[-exponent] : scaled * kPow10d[exponent];
-    if constexpr (sizeof(Real) == sizeof(float)) {
-        std::uint64_t bits;
-        std::memcpy(&bits, &scaled, sizeof bits);
-        if ((bits & 0x1FFFFFFFu) == 0x10000000u) return false;
-        // Past the float range the conversion gives infinity where strtof
-        // gives infinity too, but the general path decides (out of range).
-        if (scaled > 3.4028234663852886e38) return false;
+    return storeRounded(scaled, negative, value);
+}
+}  // namespace
+
+namespace {
+// The digits of "digits[.digits]" as one integer, and the power of ten that
+// places them.
+struct Mantissa {
+    const unsigned char* stop;
+    std::uint64_t digits;
+    std::size_t count;
+    long exponent;
+};
+
+// The mantissa where each digit run is shorter than eight, read eight bytes at
+// a time; false when a run may be longer (then it is counted digit by digit).
+// Needs kWideSlack readable bytes at `p`.
+constexpr std::ptrdiff_t kWideSlack = 24;
+
+[[gnu::always_inline]] inline bool wideMantissa(const unsigned char* p, Mantissa& m) {
+    const DigitRun whole = digitRun(p);
+    if (whole.length == 8) return false;
+    p += whole.length;
+    m.digits = whole.value;
+    m.count = whole.length;
+    m.exponent = 0;
+    if (*p == '.') {
+        const DigitRun fraction = digitRun(++p);
+        if (fraction.length == 8) return false;
+        m.digits = m.digits * kPow10u[fraction.length] + fraction.value;
+        m.count += fraction.length;
+        m.exponent = -static_cast<long>(fraction.length);
+        p += fraction.length;
     }
-    const Real magnitude = static_cast<Real>(scaled);
-    value = negative ? -magnitude : magnitude;
+    m.stop = p;
+    return true;
+}
+
+[[gnu::noinline]] Mantissa narrowMantissa(const unsigned char* p, const unsigned char* end) {
+    Mantissa m{p, 0, 0, 0};
+    while (p != end && isDigit(*p)) m.digits = m.digits * 10 + static_cast<unsigned>(*p++ - '0');
+    m.count = static_cast<std::size_t>(p - m.stop);
+    if (p != end && *p == '.') {
+        const unsigned char* const first = ++p;
+        while (p != end && isDigit(*p)) m.digits = m.digits * 10 + static_cast<unsigned>(*p++ - '0');
+        m.exponent = -static_cast<long>(p - first);
+        m.count += static_cast<std::size_t>(p - first);
+    }
+    m.stop = p;
+    return m;
+}
+
+// A complete exponent after the mantissa ("%e" output), from its 'e': added
+// to `exponent`, `p` moved past it. False when it has no digits (the general
+// path's: "1e" reads as 1) or more than six.
+[[gnu::noinline]] bool plainExponent(const unsigned char*& p, const unsigned char* end, long& exponent) {
+    const unsigned char* q = p + 1;
+    const bool negative = q != end && *q == '-';
+    if (q != end && (*q == '+' || *q == '-')) ++q;
+    const unsigned char* const first = q;
+    long written = 0;
+    while (q != end && isDigit(*q) && q - first < 6) written = written * 10 + (*q++ - '0');
+    if (q == first || (q != end && isDigit(*q))) return false;
+    exponent += negative ? -written : written;
+    p = q;
     return true;
 }
 }  // namespace
 
 template <typename Real>
-bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
-                        const unsigned char*& stop) {
-    const unsigned char* p = begin;
-    const bool negative = p != end && *p == '-';
-    if (negative) ++p;
-    std::uint64_t mantissa = 0;
-    const unsigned char* const digits = p;
-    while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-    std::size_t count = static_cast<std::size_t>(p - digits);
-    long exponent = 0;
-    if (p != end && *p == '.') {
-        const unsigned char* const first = ++p;
-        while (p != end && isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-        exponent = -static_cast<long>(p - first);
-        count += static_cast<std::size_t>(p - first);
-    }
+bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* end, Real& value,
+                               const unsigned char*& stop) {
+    const bool negative = begin != end && *begin == '-';
+    const unsigned char* const digits = begin + (negative ? 1 : 0);
+    Mantissa m;
+    if (end - digits < kWideSlack || !wideMantissa(digits, m)) m = narrowMantissa(digits, end);
     // Up to 19 digits the mantissa cannot wrap.
-    if (count == 0 || count > 19) return false;
+    if (m.count == 0 || m.count > 19) return false;
+    return finishPlainNumber(begin, m.stop, end, m.digits, m.exponent, negative, value, stop);
+}
+
+template <typename Real>
+bool finishPlainNumber(const unsigned char* begin, const unsigned char* p, const unsigned char* end,
+                       std::uint64_t mantissa, long exponent, bool negative, Real& value, const unsigned char*& stop) {
     if (p != end && (*p == 'e' || *p == 'E')) {
-        // A complete exponent ("%e" output) still converts in place; one
-        // without digits is the general path's ("1e" reads as 1).
-        const unsigned char* q = p + 1;
-        const bool negativeExponent = q != end && *q == '-';
-        if (q != end && (*q == '+' || *q == '-')) ++q;
-        const unsigned char* const first = q;
-        long written = 0;
-        while (q != end && isDigit(*q) && q - first < 6) written = written * 10 + (*q++ - '0');
-        if (q == first || (q != end && isDigit(*q))) return false;
-        exponent += negativeExponent ? -written : written;
-        p = q;
+        // As "%e" writes it: a sign and two digits.
+        if (end - p > 4 && (p[1] == '-' || p[1] == '+') && isDigit(p[2]) && isDigit(p[3]) && !isDigit(p[4])) {
+            const long written = (p[2] - '0') * 10 + (p[3] - '0');
+            exponent += p[1] == '-' ? -written : written;
+            p += 4;
+        } else if (!plainExponent(p, end, exponent)) {
+            return false;
+        }
     }
     if (!scaleExactly(mantissa, exponent, negative, value)) {
         Real converted;
@@ -191,8 +234,12 @@ bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Re
     return true;
 }
 
-template bool convertPlainNumber(const unsigned char*, const unsigned char*, float&, const unsigned char*&);
-template bool convertPlainNumber(const unsigned char*, const unsigned char*, double&, const unsigned char*&);
+template bool finishPlainNumber(const unsigned char*, const unsigned char*, const unsigned char*, std::uint64_t, long,
+                                bool, float&, const unsigned char*&);
+template bool finishPlainNumber(const unsigned char*, const unsigned char*, const unsigned char*, std::uint64_t, long,
+                                bool, double&, const unsigned char*&);
+template bool convertPlainNumberGeneral(const unsigned char*, const unsigned char*, float&, const unsigned char*&);
+template bool convertPlainNumberGeneral(const unsigned char*, const unsigned char*, double&, const unsigned char*&);
 
 bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value) {
     ScanSource text(begin, end);

@@ -6,6 +6,8 @@
 // same for strtol/strtoul with their saturation.
 #pragma once
 
+#include "scan/ScanDigits.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -87,12 +89,20 @@ private:
 };
 
 // The one-pass path for a plain "-?digits[.digits]" (at most 19 digits),
-// with or without a complete exponent, at [begin, end): true with `value` converted exactly and `stop` after the
-// number; false, nothing converted, for any other shape or a result that
-// needs the general conversion. The caller decides what may follow.
+// with or without a complete exponent, at [begin, end): true with `value`
+// converted exactly and `stop` after the number; false, nothing converted,
+// for any other shape or a result that needs the general conversion. The
+// caller decides what may follow. convertPlainNumber (below) takes the usual
+// short shape inline and hands the rest to this.
 template <typename Real>
-bool convertPlainNumber(const unsigned char* begin, const unsigned char* end, Real& value,
-                        const unsigned char*& stop);
+bool convertPlainNumberGeneral(const unsigned char* begin, const unsigned char* end, Real& value,
+                               const unsigned char*& stop);
+// Its last step, once the mantissa's `mantissa` * 10^`exponent` ends at `p`
+// (the number starting at `begin`): an exponent part if one follows, then
+// the conversion.
+template <typename Real>
+bool finishPlainNumber(const unsigned char* begin, const unsigned char* p, const unsigned char* end,
+                       std::uint64_t mantissa, long exponent, bool negative, Real& value, const unsigned char*& stop);
 
 // "%d" on a C string in memory (sscanf): optional white space, sign and
 // digits from [begin, end); a zero byte ends the text. False when no digit
@@ -101,5 +111,54 @@ bool scanIntText(const char* begin, const char* end, const bool (&space)[256], s
 
 // "%f" on a text in memory (sscanf) under `locale`: true when a value was stored.
 bool scanFloatText(const char* begin, const char* end, const ScanLocale& locale, float& value);
+
+// strtod(text, nullptr) under `locale` on the C string [begin, end) (a zero
+// byte ends it too): the longest valid prefix's value, inf/nan spellings and
+// a NaN's "(payload)" included; 0 where nothing converts.
+double convertDoubleText(const char* begin, const char* end, const ScanLocale& locale);
+// strtol(text, nullptr, 10) under `locale`, saturated as strtol saturates a
+// 64-bit long, then its low 32 bits; 0 where nothing converts.
+std::int32_t convertIntText(const char* begin, const char* end, const ScanLocale& locale);
+
+// convertPlainNumberGeneral's results, inline for the usual shape as "%f"
+// writes it: fewer than eight digits before and after the point, no
+// exponent, with room to look eight bytes ahead.
+template <typename Real>
+[[gnu::always_inline]] inline bool convertPlainNumber(const unsigned char* begin, const unsigned char* end,
+                                                      Real& value, const unsigned char*& stop) {
+    // Sign, eight digits, the point and eight more: what the loads may touch.
+    if (end - begin >= 24) {
+        const bool negative = *begin == '-';
+        const unsigned char* p = begin + (negative ? 1 : 0);
+        const DigitRun whole = digitRun(p);
+        p += whole.length;
+        std::uint64_t digits = whole.value;
+        unsigned places = 0;
+        if (*p == '.') {
+            const DigitRun fraction = digitRun(p + 1);
+            digits = digits * kPow10u[fraction.length] + fraction.value;
+            // "%f" writes six places: as a (predicted) branch, the number's
+            // end, and so the next number's start, need not wait for the
+            // fraction's digits to be counted.
+            if (fraction.length == 6) {
+                places = 6;
+                p += 7;
+            } else {
+                places = fraction.length;
+                p += 1 + places;
+            }
+        }
+        if ((whole.length < 8) & (places < 8) & (whole.length + places != 0)) {
+            // At most fourteen digits: an exact double, scaled by one exact division.
+            if ((*p | 0x20) != 'e' && storeRounded(static_cast<double>(digits) / kPow10d[places], negative, value)) {
+                stop = p;
+                return true;
+            }
+            // "%e" output: the mantissa is done; the exponent goes with the rest.
+            return finishPlainNumber(begin, p, end, digits, -static_cast<long>(places), negative, value, stop);
+        }
+    }
+    return convertPlainNumberGeneral(begin, end, value, stop);
+}
 
 }  // namespace KelpScan

@@ -1,7 +1,7 @@
 // A forward pass over bytes already in the window, for records whose values
 // are all plain numbers: each step takes the white space and one number in
-// place, as readFloat ("%f") or readInt ("%d") would, without a call per
-// character. A step that meets anything else (a sign other than '-', an
+// place, as readFloat ("%f"), readInt ("%d") or extractFloat (`>>` within a
+// line) would, without a call per character. A step that meets anything else (a sign other than '-', an
 // exponent without digits, "nan", a long integer, the window's edge) fails
 // and the whole pass is dropped: nothing has been consumed, so the caller
 // replays the record through the cursor's general calls with the same
@@ -12,6 +12,7 @@
 #include "scan/ScanCursor.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace KelpScan {
 
@@ -29,13 +30,30 @@ public:
 
     bool ok() const { return ok_; }
 
-    bool readFloat(float& value) {
-        if (!skipSpace()) return false;
-        const unsigned char* stop;
-        float converted;
-        if (!convertPlainNumber(p_, end_, converted, stop) || stop == end_ || !space_[*stop]) return ok_ = false;
-        value = converted;
-        p_ = stop;
+    bool readFloat(float& value) { return skipSpace() && plainFloat(value); }
+
+    // `stream >> value` as extractFloat takes it: blanks up to the line feed
+    // (which fails the pass: the line has no value there), then a plain number.
+    bool extractFloat(float& value) {
+        if (!ok_) return false;
+        skipBlanks();
+        if (p_ == end_ || *p_ == '\n') return ok_ = false;
+        return plainFloat(value);
+    }
+
+    // The rest of the line up to and including its line feed, which must lie
+    // in the pass's bytes.
+    bool skipLine() {
+        if (!ok_) return false;
+        // Mostly a blank or two and the line feed: no search needed.
+        skipBlanks();
+        if (p_ != end_ && *p_ == '\n') {
+            ++p_;
+            return true;
+        }
+        const void* feed = std::memchr(p_, '\n', static_cast<std::size_t>(end_ - p_));
+        if (!feed) return ok_ = false;
+        p_ = static_cast<const unsigned char*>(feed) + 1;
         return true;
     }
 
@@ -60,6 +78,21 @@ public:
     void commit() { source_.advanceTo(p_); }
 
 private:
+    // A plain number where the pass stands, ended by white space.
+    bool plainFloat(float& value) {
+        const unsigned char* stop;
+        float converted;
+        if (!convertPlainNumber(p_, end_, converted, stop) || stop == end_ || !space_[*stop]) return ok_ = false;
+        value = converted;
+        p_ = stop;
+        return true;
+    }
+
+    // White space up to the line feed.
+    void skipBlanks() {
+        while (p_ != end_ && *p_ != '\n' && space_[*p_]) ++p_;
+    }
+
     bool skipSpace() {
         if (!ok_) return false;
         while (p_ != end_ && space_[*p_]) ++p_;

@@ -38,7 +38,9 @@ std::vector<std::string> spellingFamily() {
         "0.000000059604644775390625", "1.000000059604644775390625", "1.00000005960464477539062500001",
         "9223372036854775807", "9223372036854775808", "-9223372036854775808", "-9223372036854775809",
         "18446744073709551615", "18446744073709551616", "4294967296", "-1", "2147483648", "99999999999999999999",
-        std::string("1\0" "2", 3), std::string("\0", 1), "\xff", "1\xff", "\xa0" "1", "\xe3\x80\x80" "2"};
+        std::string("1\0" "2", 3), std::string("\0", 1), "\xff", "1\xff", "\xa0" "1", "\xe3\x80\x80" "2",
+        "nan(0x7ffffffffffff)", "-nan(0777)", "nan(99999999999999999999999)", "nan(1_)", "nan(0x)", "nan(5",
+        "0x1.8p1", "0x.8", "0x1.p", "\v12", "\f-0x10"};
     // 400-digit mantissas: a halfway case decided only by the last digit,
     // and zeros before and after the point.
     family.push_back("1.00000005960464477539062" + std::string(400, '0') + "1");
@@ -115,9 +117,9 @@ TEST_F(ScanCursor, PlainNumbersRoundAsTheCLibrary) {
         text += number + (random() % 2 ? " " : "\n");
     }
     // Halfway between two floats: 1 + 2^-24 and neighbours, as decimals.
-    text += "1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
+    text += "8388609.5 1.000000059604644775390625 1.0000000596046447753906 16777217 33554434.0 ";
     ScanOracle floats(text, 0), doubles(text, 0), passes(text, 0);
-    for (int i = 0; i < 4004; ++i) {
+    for (int i = 0; i < 4005; ++i) {
         ASSERT_NO_FATAL_FAILURE(floats.step(ScanOp::Float));
         ASSERT_NO_FATAL_FAILURE(doubles.step(ScanOp::Double));
         ASSERT_NO_FATAL_FAILURE(passes.step(ScanOp::PlainFloat));

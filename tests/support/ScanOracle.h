@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -29,12 +30,13 @@ namespace KelpTest {
 // match the same C library call.
 enum class ScanOp {
     Word, Word250, SkipWord, Space, Float, Double, Int, Unsigned, Line, SkipLine,
-    Word250InPlace, PlainFloat, PlainInt, Count
+    Word250InPlace, PlainFloat, PlainInt, TextDouble, TextLong, Count
 };
 
 inline const char* scanOpName(ScanOp op) {
     static const char* names[] = {"%s", "%250s", "%*s", "\" \"", "%f", "%lf", "%d", "%u", "fgets", "getc-line",
-                                  "%250s in place", "%f plain pass", "%d plain pass"};
+                                  "%250s in place", "%f plain pass", "%d plain pass", "strtod on the rest",
+                                  "strtol on the rest"};
     return names[static_cast<int>(op)];
 }
 
@@ -97,6 +99,20 @@ public:
                 ourResult = cursor_->readLine(17, view, length);
                 text(buffer, view, length, 64);
                 break;
+            // Conversions of the unread text as a C string: nothing is consumed.
+            case ScanOp::TextDouble: {
+                const std::string rest = text_.substr(static_cast<std::size_t>(std::ftell(stdio_)));
+                theirs = bitsOf(std::strtod(rest.c_str(), nullptr));
+                ours = bitsOf(KelpScan::convertDoubleText(rest.data(), rest.data() + rest.size(), cursor_->locale()));
+                break;
+            }
+            case ScanOp::TextLong: {
+                const std::string rest = text_.substr(static_cast<std::size_t>(std::ftell(stdio_)));
+                theirs = static_cast<std::uint32_t>(static_cast<int>(std::strtol(rest.c_str(), nullptr, 10)));
+                ours = static_cast<std::uint32_t>(
+                    KelpScan::convertIntText(rest.data(), rest.data() + rest.size(), cursor_->locale()));
+                break;
+            }
             case ScanOp::SkipWord:
                 theirResult = std::fscanf(stdio_, "%*s") == 0;
                 ourResult = cursor_->skipWord();
