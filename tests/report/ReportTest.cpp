@@ -2,6 +2,7 @@
 // and kept-behaviour paths, on files built here.
 #include <KelpFileIO.h>
 
+#include "ply/PlyTestFiles.h"
 #include "report/ReportCodes.h"
 #include "stl/StlReaders.h"
 #include "support/LocaleGuard.h"
@@ -17,9 +18,7 @@
 
 namespace {
 
-using KelpTest::putF32;
-using KelpTest::putU16;
-using KelpTest::putU32;
+using KelpPlyTest::Bytes;
 
 struct Case {
     const char* label;
@@ -43,12 +42,13 @@ std::vector<std::string> noteNames(const KelpGraphic::KelpReport& report) {
 // Writes each case as `name` and reads it with `read`, then checks the report.
 template <typename Container>
 void runCases(const char* function, const char* name, bool (*read)(const char*, Container*),
-              const std::vector<Case>& cases) {
+              const std::vector<Case>& cases, void (*prepare)(const KelpTest::TempDir&) = nullptr) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.label);
         KelpTest::LocaleGuard locale;
         KelpTest::TempDir dir;
         const std::string path = dir.file(name);
+        if (prepare) prepare(dir);
         if (c.bytes == kDirectory)
             std::filesystem::create_directory(path);
         else if (c.bytes != kMissing)
@@ -71,13 +71,13 @@ void runCases(const char* function, const char* name, bool (*read)(const char*, 
 }
 
 std::string binaryStl(std::uint32_t announced, std::uint32_t records, std::size_t extraBytes) {
-    std::string bytes(80, '\0');
-    putU32(bytes, announced);
+    Bytes bytes{std::string(80, '\0')};
+    bytes.le(announced, 4);
     for (std::uint32_t r = 0; r < records; ++r) {
-        for (int i = 0; i < 12; ++i) putF32(bytes, static_cast<float>(r + i));
-        putU16(bytes, 0);
+        for (int i = 0; i < 12; ++i) bytes.f32(static_cast<float>(r + i));
+        bytes.le(0, 2);
     }
-    return bytes + std::string(extraBytes, '\x01');
+    return bytes.data + std::string(extraBytes, '\x01');
 }
 
 const std::string kFacet = "facet normal 0 0 1\n outer loop\n  vertex 0 0 0\n  vertex 1 0 0\n  vertex 0 1 0\n endloop\nendfacet\n";
@@ -141,17 +141,12 @@ TEST(Report, Dxf) {
 TEST(Report, Ply) {
     const std::string vertex = "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n";
     const std::string face = "element face 1\nproperty list uchar int vertex_indices\n";
-    auto le = [&](const std::string& body) { return "ply\nformat binary_little_endian 1.0\n" + vertex + face + "end_header\n" + body; };
-    std::string oneFace;
-    for (float f : {1.0f, 2.0f, 3.0f}) putF32(oneFace, f);
-    oneFace += '\x03';
-    for (std::uint32_t i : {0u, 0u, 0u}) putU32(oneFace, i);
+    auto le = [&](const std::string& body) { return KelpPlyTest::header("binary_little_endian", vertex + face) + body; };
+    const std::string oneFace = Bytes().f32(1).f32(2).f32(3).u8(3).i32(0).i32(0).i32(0).data;
     // Count and items of a big-endian int list are taken little-endian.
-    std::string beStrip;
-    for (std::uint32_t i : {5u, 0u, 1u, 2u}) putU32(beStrip, i);
+    const std::string beStrip = Bytes().i32(5).i32(0).i32(1).i32(2).data;
     std::string longFace = "515";
     for (int i = 0; i < 515; ++i) longFace += " 0";
-    longFace += "\n";
     runCases<KelpCore::KelpTriMesh>("KelpReadPly", "m.ply", KelpGraphic::KelpReadPly, {
         {"missing", kMissing, false, "ply.open", "cannot open", {}},
         {"directory", kDirectory, false, "ply.open", "(Is a directory)", {}},
@@ -175,7 +170,7 @@ TEST(Report, Ply) {
         {"big-endian strip past the end", "ply\nformat binary_big_endian 1.0\n" + vertex +
          "element tristrips 1\nproperty list int int vertex_indices\nend_header\n" + oneFace.substr(0, 12) + beStrip, true, "",
          "a big-endian list of 5 items ends with the file after 3", {"ply.list-past-end", "ply.big-endian-order"}},
-        {"face longer than the record", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n" + longFace, true, "",
+        {"face longer than the record", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n" + longFace + "\n", true, "",
          "a list of 515 items is longer than the load record's 512", {"ply.list-cut"}},
         {"vertices without properties", "ply\nformat ascii 1.0\n" + vertex + face + "element vertex 2\nend_header\n1 2 3\n3 0 0 0\n", true, "",
          "element \"vertex\" has no properties: each of its 2 instances", {"ply.element-without-properties"}},
@@ -203,19 +198,9 @@ TEST(Report, Wrl) {
     });
 }
 
-std::string chunk(std::uint16_t id, const std::string& content) {
-    std::string out;
-    putU16(out, id);
-    putU32(out, static_cast<std::uint32_t>(6 + content.size()));
-    return out + content;
-}
-
 TEST(Report, T3ds) {
-    std::string vertices;
-    putU16(vertices, 5);
-    putF32(vertices, 1.0f);
-    std::string percent;
-    putU16(percent, 40);
+    const auto chunk = KelpTest::chunk3ds;
+    const std::string vertices = Bytes().le(5, 2).f32(1).data, percent = Bytes().le(40, 2).data;
     const std::string material = chunk(0x3D3D, chunk(0xAFFF, chunk(0xA020, chunk(0x0030, percent))));
     const std::string shininess = chunk(0x3D3D, chunk(0xAFFF, chunk(0xA040, chunk(0x0010, std::string(12, '\0')))));
     runCases<KelpCore::KelpTriMesh>("KelpRead3ds", "m.3ds", KelpGraphic::KelpRead3ds, {
@@ -231,51 +216,33 @@ TEST(Report, T3ds) {
 }
 
 TEST(Report, Obj) {
-    KelpTest::TempDir dir;
-    KelpTest::writeFile(dir.file("t.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd tex.gif\n");
-    KelpTest::writeFile(dir.file("u.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd gone.png\n");
-    KelpTest::writeFile(dir.file("w.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd folder.png\n");
-    std::filesystem::create_directory(dir.file("folder.png"));
-    std::filesystem::create_directory(dir.file("folder.mtl"));
-    struct ObjCase {
-        const char* label;
-        std::string text;
-        std::vector<std::string> notes;
-        std::string firstText;
-        unsigned count = 1;
+    const auto siblings = [](const KelpTest::TempDir& dir) {
+        KelpTest::writeFile(dir.file("t.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd tex.gif\n");
+        KelpTest::writeFile(dir.file("u.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd gone.png\n");
+        KelpTest::writeFile(dir.file("w.mtl"), "newmtl a\nKd 1 1 1\nmap_Kd folder.png\n");
+        std::filesystem::create_directory(dir.file("folder.png"));
+        std::filesystem::create_directory(dir.file("folder.mtl"));
     };
-    const std::vector<ObjCase> cases = {
-        {"plain", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", {}, ""},
-        {"missing library", "mtllib none.mtl\nv 0 0 0", {"obj.mtllib-missing"}, "\"none.mtl\" not found"},
-        {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-extension"}, "\"tex.gif\" not loaded"},
-        {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-unreadable"}, "\"gone.png\""},
-        {"library is a directory", "mtllib folder.mtl\nv 0 0 0", {"obj.mtllib-not-regular"}, "\"folder.mtl\" is not a regular file"},
-        {"texture is a directory", "mtllib w.mtl\nvt 0 0\nv 0 0 0", {"obj.texture-not-regular"}, "\"folder.png\" not loaded: not a regular"},
-        {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", {"obj.extra-normals"}, "2 \"vn\" lines for 1 vertices"},
-        {"repeated vertex", "v 0 0 0\n", {"obj.repeated-statement"}, "after a \"v\" statement"},
-        {"last face", "v 0 0 0\nf 1 1 1\n", {}, ""},
-        {"unreadable number", "v 0 0 0\nv 1 x 0\nvt 0 - 5\n", {"obj.stale-number"}, "line 2: a number of a \"v\" statement", 3},
-        {"corner without a number", "v 0 0 0\nf 1 1 1\nf 1/ 1/ 1 #\n", {"obj.stale-index"}, "line 3: a face corner part", 3},
-        {"long line", "v 0 0 0\n# " + std::string(2045, 'a') + "\n#" + std::string(3000, ' ') + "f 1 1 1\n",
-         {"obj.long-line"}, "line 3: a line runs on past 2047 bytes"},
-    };
-    for (const ObjCase& c : cases) {
-        SCOPED_TRACE(c.label);
-        const std::string path = dir.file("m.obj");
-        KelpTest::writeFile(path, c.text);
-        KelpCore::KelpTriMesh mesh;
-        EXPECT_TRUE(KelpGraphic::KelpReadObj(path.c_str(), &mesh));
-        const KelpGraphic::KelpReport& report = *KelpGraphic::KelpLastReport();
-        EXPECT_EQ(report.result, 1);
-        EXPECT_EQ(noteNames(report), c.notes);
-        if (report.noteCount) {
-            EXPECT_NE(std::string(report.notes[0].text).find(c.firstText), std::string::npos) << report.notes[0].text;
-            EXPECT_EQ(report.notes[0].count, c.count);
-        }
-    }
-    KelpCore::KelpTriMesh mesh;
-    EXPECT_FALSE(KelpGraphic::KelpReadObj(dir.file("none.obj").c_str(), &mesh));
-    EXPECT_STREQ(KelpGraphic::KelpLastReport()->reasonName, "obj.open");
+    runCases<KelpCore::KelpTriMesh>("KelpReadObj", "m.obj", KelpGraphic::KelpReadObj, {
+        {"missing", kMissing, false, "obj.open", "cannot open", {}},
+        {"plain", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", true, "", "", {}},
+        {"missing library", "mtllib none.mtl\nv 0 0 0", true, "", "\"none.mtl\" not found", {"obj.mtllib-missing"}, 1},
+        {"gif texture", "mtllib t.mtl\nvt 0 0\nv 0 0 0", true, "", "\"tex.gif\" not loaded", {"obj.texture-extension"}, 1},
+        {"unreadable texture", "mtllib u.mtl\nvt 0 0\nv 0 0 0", true, "", "\"gone.png\"", {"obj.texture-unreadable"}, 1},
+        {"library is a directory", "mtllib folder.mtl\nv 0 0 0", true, "", "\"folder.mtl\" is not a regular file",
+         {"obj.mtllib-not-regular"}, 1},
+        {"texture is a directory", "mtllib w.mtl\nvt 0 0\nv 0 0 0", true, "", "\"folder.png\" not loaded: not a regular",
+         {"obj.texture-not-regular"}, 1},
+        {"extra normals", "v 0 0 0\nvn 0 0 1\nvn 0 0 1", true, "", "2 \"vn\" lines for 1 vertices", {"obj.extra-normals"}, 1},
+        {"repeated vertex", "v 0 0 0\n", true, "", "after a \"v\" statement", {"obj.repeated-statement"}, 1},
+        {"last face", "v 0 0 0\nf 1 1 1\n", true, "", "", {}},
+        {"unreadable number", "v 0 0 0\nv 1 x 0\nvt 0 - 5\n", true, "", "line 2: a number of a \"v\" statement",
+         {"obj.stale-number"}, 3},
+        {"corner without a number", "v 0 0 0\nf 1 1 1\nf 1/ 1/ 1 #\n", true, "", "line 3: a face corner part",
+         {"obj.stale-index"}, 3},
+        {"long line", "v 0 0 0\n# " + std::string(2045, 'a') + "\n#" + std::string(3000, ' ') + "f 1 1 1\n", true, "",
+         "line 3: a line runs on past 2047 bytes", {"obj.long-line"}, 1},
+    }, siblings);
 }
 
 TEST(Report, WritersAndLifecycle) {
