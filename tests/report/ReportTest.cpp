@@ -5,6 +5,7 @@
 #include "ply/PlyTestFiles.h"
 #include "report/ReportCodes.h"
 #include "stl/StlReaders.h"
+#include "stl/StlTestFiles.h"
 #include "support/LocaleGuard.h"
 #include "support/TestFiles.h"
 
@@ -19,6 +20,7 @@
 namespace {
 
 using KelpPlyTest::Bytes;
+using namespace KelpStlTest;
 
 struct Case {
     const char* label;
@@ -64,27 +66,17 @@ void runCases(const char* function, const char* name, bool (*read)(const char*, 
     }
 }
 
-std::string binaryStl(std::uint32_t announced, std::uint32_t records, std::size_t extraBytes) {
-    Bytes bytes{std::string(80, '\0')};
-    bytes.le(announced, 4);
-    for (std::uint32_t r = 0; r < records; ++r) {
-        for (int i = 0; i < 12; ++i) bytes.f32(static_cast<float>(r + i));
-        bytes.le(0, 2);
-    }
-    return bytes.data + std::string(extraBytes, '\x01');
-}
-
 const std::string kFacet = "facet normal 0 0 1\n outer loop\n  vertex 0 0 0\n  vertex 1 0 0\n  vertex 0 1 0\n endloop\nendfacet\n";
 
 TEST(Report, Stl) {
     KELP_REQUIRE_READER_LOCALE();
     runCases<KelpCore::KelpTriMesh>("KelpReadStl", "m.stl", KelpGraphic::KelpReadStl, {
-        {"whole binary", binaryStl(2, 2, 0), true, "", "", {}},
-        {"cut in a normal", binaryStl(10, 3, 5), true, "", "announces 10 triangles, the file holds 3 and 5 bytes; 7 triangles repeat the last corners read in full",
+        {"whole binary", binaryStl(2, {kA, kB}), true, "", "", {}},
+        {"cut in a normal", binaryStl(10, {kA, kB, kC}) + std::string(5, 1), true, "", "announces 10 triangles, the file holds 3 and 5 bytes; 7 triangles repeat the last corners read in full",
          {"stl.binary.short"}},
-        {"cut in the corners", binaryStl(10, 3, 20), true, "", "the file holds 3 and 20 bytes, which end inside the next record's corners",
+        {"cut in the corners", binaryStl(10, {kA, kB, kC}) + std::string(20, 1), true, "", "the file holds 3 and 20 bytes, which end inside the next record's corners",
          {"stl.binary.cut-corners"}},
-        {"cut in the count", binaryStl(10, 3, 49), true, "", "the file holds 3 and 49 bytes; 7 triangles", {"stl.binary.short"}},
+        {"cut in the count", binaryStl(10, {kA, kB, kC}) + std::string(49, 1), true, "", "the file holds 3 and 49 bytes; 7 triangles", {"stl.binary.short"}},
         {"ascii", std::string("solid a\n") + kFacet + "endsolid\n", true, "", "", {}},
         {"last facet", std::string("solid a\n") + kFacet + kFacet.substr(0, kFacet.size() - 1), true, "", "last facet was dropped",
          {"stl.ascii.last-facet"}},
