@@ -6,6 +6,7 @@
 #include "PlyTestFiles.h"
 #include "support/Bits.h"
 #include "support/FileTest.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -36,10 +37,7 @@ protected:
     int import(const std::string& bytes) {
         mesh = KelpTriMesh();
         const int code = KelpPly::readPlyFile(write(bytes), &mesh);
-        EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
-        EXPECT_EQ(mesh.vertexFlags.size(), mesh.vertices.size());
-        EXPECT_EQ(mesh.faceCount, mesh.faces.size());
-        EXPECT_EQ(mesh.faceFlags.size(), mesh.faces.size());
+        KelpTest::expectInvariants(mesh);
         return code;
     }
 
