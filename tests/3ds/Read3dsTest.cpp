@@ -4,7 +4,6 @@
 #include "io/FileHandle.h"
 #include "support/FileTest.h"
 #include "support/MeshChecks.h"
-#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,6 @@
 
 #include "ObjTestImages.h"
 #include "support/FileTest.h"
-#include "support/LocaleGuard.h"
-#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,6 @@
 #include "support/Bits.h"
 #include "support/FileTest.h"
 #include "support/MeshChecks.h"
-#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,6 @@
 #include "support/CReference.h"
 #include "support/FileTest.h"
 #include "support/MeshChecks.h"
-#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 

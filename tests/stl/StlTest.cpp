@@ -8,12 +8,10 @@
 #include "scan/ScanSource.h"
 #include "StlTestFiles.h"
 #include "support/FileTest.h"
-#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
