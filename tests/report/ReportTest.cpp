@@ -120,9 +120,10 @@ TEST(Report, Dxf) {
 }
 
 TEST(Report, Ply) {
+    using KelpPlyTest::header;
     const std::string vertex = "element vertex 1\nproperty float x\nproperty float y\nproperty float z\n";
     const std::string face = "element face 1\nproperty list uchar int vertex_indices\n";
-    auto le = [&](const std::string& body) { return KelpPlyTest::header("binary_little_endian", vertex + face) + body; };
+    const std::string ascii = header("ascii", vertex + face) + "1 2 3\n", le = header("binary_little_endian", vertex + face);
     const std::string oneFace = Bytes().f32(1).f32(2).f32(3).u8(3).i32(0).i32(0).i32(0).data;
     // Count and items of a big-endian int list are taken little-endian.
     const std::string beStrip = Bytes().i32(5).i32(0).i32(1).i32(2).data;
@@ -131,27 +132,26 @@ TEST(Report, Ply) {
     runCases<KelpCore::KelpTriMesh>("KelpReadPly", "m.ply", KelpGraphic::KelpReadPly, {
         {"not ply", "plx\n", false, "ply.header", "header line 1: the file does not start with \"ply\"", {}},
         {"no end_header", "ply\nformat ascii 1.0\n" + vertex, false, "ply.header", "ends after line 6 without \"end_header\"", {}},
-        {"double x", "ply\nformat ascii 1.0\nelement vertex 1\nproperty double x\nend_header\n", false, "ply.no-positions",
+        {"double x", header("ascii", "element vertex 1\nproperty double x\n"), false, "ply.no-positions",
          "property \"x\" is double; the reader takes float", {}},
-        {"short indices", "ply\nformat ascii 1.0\n" + vertex + "element face 1\nproperty list ushort int32 vertex_index\nend_header\n",
-         false, "ply.no-faces", "property \"vertex_index\" is a list of int with a ushort count", {}},
-        {"short list", "ply\nformat ascii 1.0\n" + vertex + "element face 1\nproperty list uchar short vertex_indices\nend_header\n",
-         false, "ply.no-faces", "\"vertex_indices\" is a list of short with a uchar count", {}},
-        {"binary ok", le(oneFace), true, "", "", {}},
-        {"cut binary", le(oneFace.substr(0, 14)), false, "ply.instance", "element \"face\": an instance could not be read at byte", {}},
-        {"quad", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n4 0 0 0 0\n", false, "ply.not-triangle",
-         "other than 3 corners", {}},
-        {"big endian zero", "ply\nformat binary_big_endian 1.0\n" + vertex + face + "end_header\n" + std::string(12, '\0'), false,
-         "ply.instance", "a stored int or float of exactly 0", {"ply.big-endian-order"}},
-        {"ushort in little endian", "ply\nformat binary_little_endian 1.0\n" + vertex + "property ushort flags\n" + face +
-         "end_header\n" + oneFace.substr(0, 12) + std::string(2, '\0') + oneFace.substr(12), true, "", "element \"vertex\" were taken big-endian",
+        {"short indices", header("ascii", vertex + "element face 1\nproperty list ushort int32 vertex_index\n"), false,
+         "ply.no-faces", "property \"vertex_index\" is a list of int with a ushort count", {}},
+        {"short list", header("ascii", vertex + "element face 1\nproperty list uchar short vertex_indices\n"), false,
+         "ply.no-faces", "\"vertex_indices\" is a list of short with a uchar count", {}},
+        {"binary ok", le + oneFace, true, "", "", {}},
+        {"cut binary", le + oneFace.substr(0, 14), false, "ply.instance", "element \"face\": an instance could not be read at byte", {}},
+        {"quad", ascii + "4 0 0 0 0\n", false, "ply.not-triangle", "other than 3 corners", {}},
+        {"big endian zero", header("binary_big_endian", vertex + face) + std::string(12, '\0'), false, "ply.instance",
+         "a stored int or float of exactly 0", {"ply.big-endian-order"}},
+        {"ushort in little endian", header("binary_little_endian", vertex + "property ushort flags\n" + face) +
+         oneFace.substr(0, 12) + std::string(2, '\0') + oneFace.substr(12), true, "", "element \"vertex\" were taken big-endian",
          {"ply.little-endian-shorts"}},
-        {"big-endian strip past the end", "ply\nformat binary_big_endian 1.0\n" + vertex +
-         "element tristrips 1\nproperty list int int vertex_indices\nend_header\n" + oneFace.substr(0, 12) + beStrip, true, "",
-         "a big-endian list of 5 items ends with the file after 3", {"ply.list-past-end", "ply.big-endian-order"}},
-        {"face longer than the record", "ply\nformat ascii 1.0\n" + vertex + face + "end_header\n1 2 3\n" + longFace + "\n", true, "",
-         "a list of 515 items is longer than the load record's 512", {"ply.list-cut"}},
-        {"vertices without properties", "ply\nformat ascii 1.0\n" + vertex + face + "element vertex 2\nend_header\n1 2 3\n3 0 0 0\n", true, "",
+        {"big-endian strip past the end", header("binary_big_endian", vertex + "element tristrips 1\nproperty list int int vertex_indices\n") +
+         oneFace.substr(0, 12) + beStrip, true, "", "a big-endian list of 5 items ends with the file after 3",
+         {"ply.list-past-end", "ply.big-endian-order"}},
+        {"face longer than the record", ascii + longFace + "\n", true, "", "a list of 515 items is longer than the load record's 512",
+         {"ply.list-cut"}},
+        {"vertices without properties", header("ascii", vertex + face + "element vertex 2\n") + "1 2 3\n3 0 0 0\n", true, "",
          "element \"vertex\" has no properties: each of its 2 instances", {"ply.element-without-properties"}},
     });
 }
