@@ -3,7 +3,7 @@
 #include "3ds/Scene3ds.h"
 #include "io/FileHandle.h"
 #include "support/FileTest.h"
-#include "support/TestFiles.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -107,7 +107,7 @@ protected:
         EXPECT_EQ(large.result, small.result);
         EXPECT_EQ(large.mesh.vertices, small.mesh.vertices);
         EXPECT_EQ(large.mesh.faces, small.mesh.faces);
-        EXPECT_EQ(large.mesh.faceFlags.size(), large.mesh.faceCount);
+        KelpTest::expectInvariants(large.mesh);
         return large;
     }
 };

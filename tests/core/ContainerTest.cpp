@@ -1,5 +1,7 @@
 #include <KelpCore.h>
 
+#include "support/MeshChecks.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -10,25 +12,10 @@ using KelpCore::KelpPointSet;
 using KelpCore::KelpTriMesh;
 using KelpCore::Vec3f;
 using KelpCore::Vec3u;
+using KelpTest::expectFaceInvariants;
+using KelpTest::expectVertexInvariants;
 
 namespace {
-
-// One item per element in the items and flags, and in the normals, aux
-// vectors and aux values (attribute bits 1, 2 and 4) while their bit is set.
-void expectSized(std::size_t count, std::uint32_t bits, const std::vector<std::size_t>& sizes) {
-    const auto withBit = [&](std::uint32_t bit) { return (bits & bit) ? count : 0u; };
-    EXPECT_EQ(sizes, (std::vector<std::size_t>{count, count, withBit(1), withBit(2), withBit(4)}));
-}
-
-void expectVertexInvariants(const KelpPointSet& s) {
-    expectSized(s.vertexCount, s.vertexAttributes, {s.vertices.size(), s.vertexFlags.size(), s.vertexNormals.size(),
-                                                    s.vertexAuxVectors.size(), s.vertexAuxValues.size()});
-}
-
-void expectFaceInvariants(const KelpTriMesh& m) {
-    expectSized(m.faceCount, m.faceAttributes,
-                {m.faces.size(), m.faceFlags.size(), m.faceNormals.size(), m.faceAuxVectors.size(), m.faceAuxValues.size()});
-}
 
 // An append fills every enabled array with its default (normals point up,
 // the rest is zero) and checks no face index.

@@ -3,8 +3,7 @@
 #include <KelpFileIO.h>
 
 #include "ObjTestImages.h"
-#include "support/LocaleGuard.h"
-#include "support/TestFiles.h"
+#include "support/FileTest.h"
 
 #include <gtest/gtest.h>
 
@@ -22,22 +21,23 @@ using KelpCore::Vec3u;
 
 namespace {
 
-KelpTriMesh readText(const KelpTest::TempDir& dir, const std::string& text) {
-    const std::string path = dir.file("m.obj");
-    KelpTest::writeFile(path, text);
-    KelpTriMesh mesh;
-    EXPECT_TRUE(KelpGraphic::KelpReadObj(path.c_str(), &mesh));
-    return mesh;
-}
+class ObjReader : public KelpTest::FileTest {
+protected:
+    KelpTriMesh readText(const std::string& text) {
+        KelpTriMesh mesh;
+        EXPECT_TRUE(KelpGraphic::KelpReadObj(write(text), &mesh));
+        return mesh;
+    }
+    // A 4 by 2 texture of grey 77 as t.png.
+    void saveTexture() { ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(24, 77), 4, 2, 3)); }
+};
 
-TEST(ObjReader, StatementQuirks) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
+TEST_F(ObjReader, StatementQuirks) {
     // The last statement runs once more when white space follows it.
-    EXPECT_EQ(readText(dir, "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n").faces, (std::vector<Vec3u>{{0, 1, 2}}));
-    EXPECT_EQ(readText(dir, "v 1 2 3\n").vertices, (std::vector<Vec3f>{{1, 2, 3}, {1, 2, 3}}));
-    EXPECT_EQ(readText(dir, "v 1 2 3").vertexCount, 1u);
-    EXPECT_EQ(readText(dir, "V 1 2 3\nv 1 2 3").vertexCount, 1u);  // keywords are case-sensitive
+    EXPECT_EQ(readText("v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n").faces, (std::vector<Vec3u>{{0, 1, 2}}));
+    EXPECT_EQ(readText("v 1 2 3\n").vertices, (std::vector<Vec3f>{{1, 2, 3}, {1, 2, 3}}));
+    EXPECT_EQ(readText("v 1 2 3").vertexCount, 1u);
+    EXPECT_EQ(readText("V 1 2 3\nv 1 2 3").vertexCount, 1u);  // keywords are case-sensitive
     const struct {
         const char* face;
         std::vector<Vec3u> faces;
@@ -50,17 +50,15 @@ TEST(ObjReader, StatementQuirks) {
         {"f 0 2 3", {{0xFFFFFFFFu, 1, 2}}},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(readText(dir, "v 0 0 0\nv 0 0 0\nv 0 0 0\nv 0 0 0\nv 0 0 0\n" + std::string(c.face)).faces, c.faces)
+        EXPECT_EQ(readText("v 0 0 0\nv 0 0 0\nv 0 0 0\nv 0 0 0\nv 0 0 0\n" + std::string(c.face)).faces, c.faces)
             << c.face;
 }
 
-TEST(ObjReader, TextureComesFromTheFirstMaterial) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
+TEST_F(ObjReader, TextureComesFromTheFirstMaterial) {
+    saveTexture();
     KelpTest::writeFile(dir.file("m.mtl"), "newmtl m\nmap_Kd t.png\n");
     const std::string head = "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nvt 0.25 -0.25\nvt -0.25 0.5\n";
-    KelpTriMesh mesh = readText(dir, head + "f 1/2/3 2/1/3 3/2/1\n");
+    KelpTriMesh mesh = readText(head + "f 1/2/3 2/1/3 3/2/1\n");
     ASSERT_TRUE(mesh.hasTexture);
     ASSERT_NE(mesh.textureImage.data, nullptr);
     EXPECT_EQ(mesh.textureImage.data[23], 77);
@@ -70,10 +68,10 @@ TEST(ObjReader, TextureComesFromTheFirstMaterial) {
     // the flag only when every face has its triple.
     EXPECT_EQ(mesh.texCoordCount, 2u);
     EXPECT_TRUE(mesh.hasFaceTexCoordIndices);
-    EXPECT_FALSE(readText(dir, head + "f 1/1 2/2 3/3 4\n").hasFaceTexCoordIndices);
+    EXPECT_FALSE(readText(head + "f 1/1 2/2 3/3 4\n").hasFaceTexCoordIndices);
     // An empty last component repeats the last number read.
-    EXPECT_EQ(readText(dir, head + "f 2/ 3/ 4/\n").faceTexCoordIndices, (std::vector<Vec3u>{{1, 2, 3}}));
-    EXPECT_EQ(readText(dir, "mtllib m.mtl\nv 0 0 0\n").textureImage.data, nullptr);  // no "vt"
+    EXPECT_EQ(readText(head + "f 2/ 3/ 4/\n").faceTexCoordIndices, (std::vector<Vec3u>{{1, 2, 3}}));
+    EXPECT_EQ(readText("mtllib m.mtl\nv 0 0 0\n").textureImage.data, nullptr);  // no "vt"
 
     // Only names whose cut extension reads JPG, BMP, PNG or TIF load; the
     // file's content decides how it is decoded.
@@ -89,20 +87,18 @@ TEST(ObjReader, TextureComesFromTheFirstMaterial) {
     for (const char* name : {"TEX.Jpg", ".pngx", "t.jpeg", "my.t.jpg"}) KelpTest::writeFile(dir.file(name), png);
     for (const auto& c : cases) {
         KelpTest::writeFile(dir.file("m.mtl"), c.library);
-        EXPECT_EQ(readText(dir, "mtllib m.mtl\nvt 0 0\n").hasTexture, c.loads) << c.library;
+        EXPECT_EQ(readText("mtllib m.mtl\nvt 0 0\n").hasTexture, c.loads) << c.library;
     }
 }
 
 // File content names the material library and the texture: a device, a FIFO
 // or a directory there counts as a missing file (/dev/zero would be read
 // without end, a FIFO without a writer would block the read for ever).
-TEST(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
+TEST_F(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
 #if defined(_WIN32)
     GTEST_SKIP() << "devices and FIFOs in the file system are POSIX's";
 #else
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
+    saveTexture();
     std::filesystem::create_symlink("/dev/zero", dir.file("zero.mtl"));
     std::filesystem::create_symlink("/dev/zero", dir.file("zero.jpg"));
     std::filesystem::create_directory(dir.file("dir.png"));
@@ -123,7 +119,7 @@ TEST(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
     };
     for (const auto& c : cases) {
         if (*c.library) KelpTest::writeFile(dir.file("m.mtl"), c.library);
-        const KelpTriMesh mesh = readText(dir, "mtllib " + std::string(c.mtllib) + "\n" + body);
+        const KelpTriMesh mesh = readText("mtllib " + std::string(c.mtllib) + "\n" + body);
         EXPECT_EQ(mesh.hasTexture, c.loads) << c.mtllib << ": " << c.library;
         EXPECT_EQ(mesh.faceCount, 1u) << c.mtllib << ": " << c.library;
     }
@@ -133,10 +129,8 @@ TEST(ObjReader, SideFilesThatAreNotRegularFilesCountAsMissing) {
 // The face arrays are sized ahead from the density of the first face lines;
 // a file whose density changes afterwards (denser fans after a long comment
 // stretch) must still end with every face, flag and texture triple in place.
-TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
-    ASSERT_TRUE(KelpObjTest::saveImage(dir.file("t.png"), std::vector<unsigned char>(4 * 2 * 3, 77), 4, 2, 3));
+TEST_F(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
+    saveTexture();
     KelpTest::writeFile(dir.file("m.mtl"), "newmtl m\nmap_Kd t.png\n");
     std::string text = "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nvt 0 0\nvt 1 1\n";
     // Vertex lists long enough to be sized ahead too, followed by what their density did not foresee.
@@ -145,7 +139,7 @@ TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
     for (int i = 0; i < 10000; ++i) text += "f 1/1 2/2 3/1\n";
     for (int i = 0; i < 10000; ++i) text += "# a comment line that the face density did not foresee\n";
     for (int i = 0; i < 30000; ++i) text += "f 1/2 2/1 3/2 4/1\n";
-    const KelpTriMesh mesh = readText(dir, text);
+    const KelpTriMesh mesh = readText(text);
     ASSERT_EQ(mesh.faceCount, 70000u);
     ASSERT_EQ(mesh.faces.size(), 70000u);
     ASSERT_EQ(mesh.faceFlags, std::vector<std::uint32_t>(70000, 0u));
@@ -162,13 +156,11 @@ TEST(ObjReader, FaceArraysSizedAheadKeepEveryFace) {
     EXPECT_EQ(mesh.texCoords[9001], (KelpCore::Vec2f{0.5f, 8999.0f}));
 }
 
-TEST(ObjReader, Garbage) {
+TEST_F(ObjReader, Garbage) {
     KELP_REQUIRE_READER_LOCALE();
-    KelpTest::LocaleGuard guard;
-    KelpTest::TempDir dir;
     std::string garbage;
     for (int i = 0; i < 100000; ++i) garbage.push_back(static_cast<char>((i * 7919) % 256));
-    readText(dir, garbage + "\nmtllib\nmtllib " + std::string(3000, 'm') + "\n" + std::string(100, 'v') + " 1\nf 1/" +
+    readText(garbage + "\nmtllib\nmtllib " + std::string(3000, 'm') + "\n" + std::string(100, 'v') + " 1\nf 1/" +
                       std::string(200, '9') + " -2147483648 2\nmtllib .\nmtllib ..\n");
     EXPECT_EQ(KelpTest::currentLocale(), "C");
 }

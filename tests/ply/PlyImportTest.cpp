@@ -6,10 +6,10 @@
 #include "PlyTestFiles.h"
 #include "support/Bits.h"
 #include "support/FileTest.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -30,23 +30,15 @@ std::string faceList(int count) {
 }
 const std::vector<Vec3f> kFourVertices = {{1, 2, 3}, {2, 3, 4}, {3, 4, 5}, {4, 5, 6}};
 const std::string kFourVerticesText = "1 2 3\n2 3 4\n3 4 5\n4 5 6\n";
+const Bytes kFourVerticesLe = Bytes().f32(1).f32(2).f32(3).f32(2).f32(3).f32(4).f32(3).f32(4).f32(5).f32(4).f32(5).f32(6);
 
 class PlyImport : public KelpTest::FileTest {
 protected:
     int import(const std::string& bytes) {
         mesh = KelpTriMesh();
         const int code = KelpPly::readPlyFile(write(bytes), &mesh);
-        EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
-        EXPECT_EQ(mesh.vertexFlags.size(), mesh.vertices.size());
-        EXPECT_EQ(mesh.faceCount, mesh.faces.size());
-        EXPECT_EQ(mesh.faceFlags.size(), mesh.faces.size());
+        KelpTest::expectInvariants(mesh);
         return code;
-    }
-
-    static Bytes fourVertices() {
-        Bytes b;
-        for (int i = 0; i < 4; ++i) b.f32(1.0f + i).f32(2.0f + i).f32(3.0f + i);
-        return b;
     }
 
     KelpTriMesh mesh;
@@ -119,7 +111,7 @@ TEST_F(PlyImport, AcceptedAndRefusedFaceEncodings) {
     for (const auto& [declaration, corners, accepted] : cases) {
         SCOPED_TRACE(declaration);
         const std::string decl = kVertexXyz + "element face 1\nproperty " + declaration + "\n";
-        EXPECT_EQ(import(header("binary_little_endian", decl) + fourVertices().data + corners.data),
+        EXPECT_EQ(import(header("binary_little_endian", decl) + kFourVerticesLe.data + corners.data),
                   accepted ? 0 : KelpPly::PlyImportNoFaces);
         EXPECT_EQ(mesh.vertices, (accepted ? kFourVertices : std::vector<Vec3f>{}));
         EXPECT_EQ(mesh.faces, (accepted ? Faces{{0, 1, 2}} : Faces{}));
@@ -167,14 +159,14 @@ TEST_F(PlyImport, BigEndianIntAndFloatListsRunPastTheEndAsZeros) {
 
     // Face corners and a float colour list written into the load record.
     const std::string faces = kVertexXyz + "element face 1\nproperty list uchar int vertex_indices\n";
-    EXPECT_EQ(import(header("binary_big_endian", faces) + fourVertices().data + Bytes().u8(3).i32(3).data), 0);
+    EXPECT_EQ(import(header("binary_big_endian", faces) + kFourVerticesLe.data + Bytes().u8(3).i32(3).data), 0);
     EXPECT_EQ(mesh.faces, (Faces{{3, 0, 0}}));
     const std::string coloured = faces + "property list uchar float color\n";
     const std::string face = Bytes().u8(3).i32(3).i32(2).i32(1).data;
-    EXPECT_EQ(import(header("binary_big_endian", coloured) + fourVertices().data + face + Bytes().u8(4).f32(1).data),
+    EXPECT_EQ(import(header("binary_big_endian", coloured) + kFourVerticesLe.data + face + Bytes().u8(4).f32(1).data),
               0);
     EXPECT_EQ(mesh.faces, (Faces{{3, 2, 1}}));
-    EXPECT_EQ(import(header("binary_little_endian", coloured) + fourVertices().data + face + Bytes().u8(4).f32(1).data),
+    EXPECT_EQ(import(header("binary_little_endian", coloured) + kFourVerticesLe.data + face + Bytes().u8(4).f32(1).data),
               KelpPly::PlyImportBadInstance);
 }
 
@@ -203,7 +195,7 @@ TEST_F(PlyImport, ListsLongerThanTheLoadRecordKeepWhatFits) {
     // A colour list of 40 values, in both encodings.
     const std::string coloured = kVertexXyz + faceList(2) + "property list uchar float color\nproperty uchar red\n";
     std::string text = kFourVerticesText;
-    Bytes binary = fourVertices();
+    Bytes binary = kFourVerticesLe;
     for (int f = 0; f < 2; ++f) {
         text += "3 " + std::to_string(f) + " 1 2 40";
         binary.u8(3).i32(f).i32(1).i32(2).u8(40);
@@ -346,7 +338,7 @@ TEST_F(PlyImport, TruncatedAbsurdAndMutatedInputsFailWithoutHarm) {
     for (const char* format : {"ascii", "binary_little_endian", "binary_big_endian"}) {
         SCOPED_TRACE(format);
         const bool ascii = std::string(format) == "ascii";
-        EXPECT_EQ(import(header(format, huge) + (ascii ? "1 2 3\n4 5 6\n7 8" : fourVertices().data)),
+        EXPECT_EQ(import(header(format, huge) + (ascii ? "1 2 3\n4 5 6\n7 8" : kFourVerticesLe.data)),
                   KelpPly::PlyImportBadInstance);
         EXPECT_EQ(mesh.vertexCount, ascii ? 2u : 4u);
         EXPECT_LT(mesh.vertices.capacity(), 1000u);  // nothing sized from the declared count
@@ -356,7 +348,7 @@ TEST_F(PlyImport, TruncatedAbsurdAndMutatedInputsFailWithoutHarm) {
                                           "property list uchar float color\nelement tristrips 1\n"
                                           "property list int int vertex_indices\nelement extra 2\n"
                                           "property list ushort double d\nproperty short s\n";
-    Bytes body = fourVertices();
+    Bytes body = kFourVerticesLe;
     for (int i = 0; i < 2; ++i) body.i32(1).u8(3).i32(0).i32(1).i32(2).u8(2).f32(0.5f).f32(0.25f);
     body.i32(5).i32(0).i32(1).i32(-1).i32(2).i32(3);
     for (int i = 0; i < 2; ++i) body.u8(1).le(0, 8).le(7, 2);

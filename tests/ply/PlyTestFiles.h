@@ -4,7 +4,6 @@
 #include "support/TestFiles.h"
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 namespace KelpPlyTest {

@@ -2,7 +2,7 @@
 
 #include "support/Bits.h"
 #include "support/FileTest.h"
-#include "support/TestFiles.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -24,8 +24,7 @@ protected:
     std::vector<Vec3f> read(const std::string& text) {
         KelpPointSet cloud;
         EXPECT_TRUE(KelpGraphic::KelpReadAsc(write(text), &cloud));
-        EXPECT_EQ(cloud.vertexCount, cloud.vertices.size());
-        EXPECT_EQ(cloud.vertexFlags.size(), cloud.vertices.size());
+        KelpTest::expectVertexInvariants(cloud);
         return cloud.vertices;
     }
 };

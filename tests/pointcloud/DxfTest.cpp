@@ -3,7 +3,7 @@
 #include "support/Bits.h"
 #include "support/CReference.h"
 #include "support/FileTest.h"
-#include "support/TestFiles.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ protected:
     // Appends to `cloud`, which starts empty in each test.
     bool read(const std::string& text) {
         const bool result = KelpGraphic::KelpReadDxf(write(text), &cloud);
-        EXPECT_EQ(cloud.vertexFlags.size(), cloud.vertexCount);
+        KelpTest::expectVertexInvariants(cloud);
         return result;
     }
 

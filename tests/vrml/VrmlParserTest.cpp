@@ -139,13 +139,22 @@ TEST(VrmlParser, SeparatorsAndUnknownNodes) {
 }
 
 TEST(VrmlParser, ErrorTexts) {
-    const std::vector<std::pair<std::string, std::string>> cases = {
+    std::vector<std::pair<std::string, std::string>> cases = {
         {"DEF A DEF B Cube { }", "DEF statement occured more than one time"},
         {"USE X", "\"use\" referenced node not found"},
         {"DEF \"\" Cube { }", "identifier expected"},
         {"Cube width 1 }", "'{'"},
         {"Separator { Cube { width 1.5.5 } Sphere { radius - } }", "invalid node syntax"},
         {"Cube { width \x81 }", "invalid node syntax"}};
+    // Float and string lists need brackets and single commas; images are bare numbers, enough of them.
+    for (const char* text : {"Material { shininess 0.5 }", "Material { transparency [ , 0.5 ] }",
+                             "Material { transparency [ 0.5,, 0.25 ] }", "AsciiText { string \"Hello\" }",
+                             "AsciiText { width 2 }", "AsciiText { string [ , \"a\" ] }",
+                             "AsciiText { string [ \"a\",, \"b\" ] }", "LOD { range [1,, 2] }"})
+        cases.push_back({text, "invalid node syntax"});
+    for (const char* image : {"[2 1 1 255 0]", "2, 1 1 255 0", "2 1 1, 255 0", "2 1 1 255, 0", "2 1 1 255",
+                              "2 1 1 [255 0]", "65536 65536 1 1 2 3"})
+        cases.push_back({std::string("Texture2 { image ") + image + " }", "invalid node syntax"});
     for (const auto& [text, message] : cases) {
         Parsed p(text);
         EXPECT_EQ(p.node, nullptr) << text;
@@ -173,8 +182,7 @@ TEST(VrmlParser, EndOfInputFailsInsideNodesAndLists) {
     EXPECT_NE(Parsed("").node, nullptr);
 }
 
-TEST(VrmlParser, FloatAndStringListsNeedBracketsAndSingleCommas) {
-    // Accepted: the values read; refused: the node fails.
+TEST(VrmlParser, FloatAndStringListsReadTheirValues) {
     const std::vector<std::pair<std::string, std::vector<float>>> floats = {
         {"[0.5, 0.25]", {0.5f, 0.25f}}, {"[0.5 0.25]", {0.5f, 0.25f}}, {"[0.5, ]", {0.5f}}, {"[ ]", {}}};
     for (const auto& [list, values] : floats) {
@@ -186,18 +194,9 @@ TEST(VrmlParser, FloatAndStringListsNeedBracketsAndSingleCommas) {
     Parsed strings("AsciiText { string [\"a\", b \"c\",] }");
     ASSERT_NE(strings.node, nullptr) << strings.error();
     EXPECT_EQ(field(strings.node, kString).strings, (std::vector<std::string>{"a", "b", "c"}));
-
-    for (const char* text : {"Material { shininess 0.5 }", "Material { transparency [ , 0.5 ] }",
-                             "Material { transparency [ 0.5,, 0.25 ] }", "AsciiText { string \"Hello\" }",
-                             "AsciiText { width 2 }", "AsciiText { string [ , \"a\" ] }",
-                             "AsciiText { string [ \"a\",, \"b\" ] }", "LOD { range [1,, 2] }"}) {
-        Parsed p(text);
-        EXPECT_EQ(p.node, nullptr) << text;
-        EXPECT_EQ(p.error(), "file \"" + p.on.path + "\" line 2: invalid node syntax") << text;
-    }
 }
 
-TEST(VrmlParser, ImagesAreBareNumbers) {
+TEST(VrmlParser, ImagesReadTheirPixels) {
     const std::vector<std::pair<std::string, Ints>> accepted = {
         {"2 1 1 255 0", {255, 0}}, {"0 0 0", {}}, {"1 1 3 0xFF00", {0}}, {"2 2 1 1 2 3 4 wrapS CLAMP", {1, 2, 3, 4}}};
     for (const auto& [image, pixels] : accepted) {
@@ -205,13 +204,6 @@ TEST(VrmlParser, ImagesAreBareNumbers) {
         ASSERT_NE(p.node, nullptr) << image << ": " << p.error();
         EXPECT_EQ(field(p.node, kImage).ints, pixels) << image;
         EXPECT_EQ(field(p.node, kImage).count, static_cast<int>(3 + pixels.size())) << image;
-    }
-    // Brackets and commas anywhere, too few pixels, or a huge announced size
-    // with few numbers behind it fail the node.
-    for (const char* image : {"[2 1 1 255 0]", "2, 1 1 255 0", "2 1 1, 255 0", "2 1 1 255, 0", "2 1 1 255",
-                              "2 1 1 [255 0]", "65536 65536 1 1 2 3"}) {
-        Parsed p(std::string("Texture2 { image ") + image + " }");
-        EXPECT_EQ(p.node, nullptr) << image;
     }
 }
 

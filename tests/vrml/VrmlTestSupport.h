@@ -6,8 +6,6 @@
 #include "support/Bits.h"
 #include "support/TestFiles.h"
 
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 

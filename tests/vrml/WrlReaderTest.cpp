@@ -3,7 +3,7 @@
 #include "vrml/VrmlReader.h"
 
 #include "support/FileTest.h"
-#include "support/TestFiles.h"
+#include "support/MeshChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -27,9 +27,7 @@ protected:
     // Reads `text` into `mesh`, which starts empty in each test.
     const KelpTriMesh& read(const std::string& text) {
         EXPECT_TRUE(KelpGraphic::KelpReadWrl(write(text), &mesh));
-        EXPECT_EQ(mesh.vertexCount, mesh.vertices.size());
-        EXPECT_EQ(mesh.faceCount, mesh.faces.size());
-        EXPECT_EQ(mesh.faceFlags.size(), mesh.faces.size());
+        KelpTest::expectInvariants(mesh);
         return mesh;
     }
     const KelpTriMesh& readAfresh(const std::string& text) {
