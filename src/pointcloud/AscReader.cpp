@@ -10,7 +10,7 @@
 // passed over. A line whose three values are plain numbers and whose line feed
 // is in the window is taken in one pass; any other line (and the last one) is
 // read again from its start value by value.
-#include "pointcloud/AscSizing.h"
+#include "pointcloud/PointSizing.h"
 #include "pointcloud/PointCloudReaders.h"
 #include "pointcloud/PointCloudReport.h"
 #include "scan/ScanCursor.h"
@@ -30,7 +30,7 @@ void readAscPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
     // Declared once and never reset: an unreadable coordinate keeps the value
     // of the line before.
     float xyz[3] = {0.0f, 0.0f, 0.0f};
-    AscSizing sizing(file);
+    PointSizing sizing(file);
     for (bool firstLine = true;; firstLine = false) {
         KelpScan::ScanPlainPass line(in, kLineBytes);
         float plain[3];
@@ -41,7 +41,7 @@ void readAscPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
             xyz[0] = plain[0];
             xyz[1] = plain[1];
             xyz[2] = plain[2];
-            sizing.afterLine(source.offset(), cloud);
+            sizing.afterPoint(source.offset(), cloud);
             continue;
         }
         // getline at the end of the input extracts nothing: eof and fail,
@@ -59,7 +59,7 @@ void readAscPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
         }
         // A last line without a line feed ends the loop after its point.
         if (!in.skipLine()) break;
-        sizing.afterLine(source.offset(), cloud);
+        sizing.afterPoint(source.offset(), cloud);
     }
 }
 

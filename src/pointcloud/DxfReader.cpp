@@ -4,6 +4,7 @@
 // the results of the classic fscanf("%250s") / fscanf("%f") loop.
 #include "pointcloud/PointCloudReaders.h"
 #include "pointcloud/PointCloudReport.h"
+#include "pointcloud/PointSizing.h"
 #include "report/Recorder.h"
 #include "scan/ScanCursor.h"
 
@@ -95,8 +96,11 @@ bool readDxfPoints(std::FILE* file, KelpCore::KelpPointSet& cloud) {
     float xyz[3] = {0.0f, 0.0f, 0.0f};
     // The end of the file ends the scan as "ENDSEC" would, also inside a point.
     bool endsec = false;
+    PointSizing sizing(file, source.offset());
     while (next.read(scan) && !(endsec = next.is("ENDSEC"))) {
-        if (next.is("POINT") && !readPoint(scan, xyz, cloud, endsec, file)) break;
+        if (!next.is("POINT")) continue;
+        if (!readPoint(scan, xyz, cloud, endsec, file)) break;
+        sizing.afterPoint(source.offset(), cloud);
     }
     if (!endsec) KelpRecord::note(KelpRecord::Code::DxfNoEndsec);
     return true;

@@ -1,22 +1,23 @@
-#include "pointcloud/AscSizing.h"
+#include "pointcloud/PointSizing.h"
 
 #include "platform/FileOffset.h"
 
 namespace KelpPointCloud {
 
-AscSizing::AscSizing(std::FILE* file) {
+PointSizing::PointSizing(std::FILE* file, std::uint64_t start) : start_(start) {
     const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file);
     if (status.regular && status.size > 0) fileSize_ = static_cast<std::uint64_t>(status.size);
 }
 
-void AscSizing::plan(std::uint64_t offset, KelpCore::KelpPointSet& cloud) const {
-    if (fileSize_ <= offset || offset == 0) return;
+void PointSizing::plan(std::uint64_t offset, KelpCore::KelpPointSet& cloud) const {
+    if (fileSize_ <= offset || offset <= start_) return;
     const std::uint64_t rest = fileSize_ - offset;
-    // The rest at the lines' length so far, plus a quarter; never more lines
-    // than the rest holds at eight bytes a line ("0 0 0 \n" and a little), so
-    // that short first lines cannot reserve out of proportion to the file.
-    // Beyond the reserve the arrays grow as usual.
-    double more = static_cast<double>(rest) * static_cast<double>(kSample) / static_cast<double>(offset) * 1.25;
+    // The rest at the points' length so far, plus a quarter; never more points
+    // than the rest holds at eight bytes a point (an ASC "0 0 0 \n" and a
+    // little, or a DXF "POINT\n0\n"), so that short first points cannot reserve
+    // out of proportion to the file. Beyond the reserve the arrays grow as
+    // usual.
+    double more = static_cast<double>(rest) * static_cast<double>(kSample) / static_cast<double>(offset - start_) * 1.25;
     if (more > static_cast<double>(rest / 8)) more = static_cast<double>(rest / 8);
     const std::uint64_t target = cloud.vertices.size() + static_cast<std::uint64_t>(more);
     if (target <= cloud.vertices.capacity() + cloud.vertices.capacity() / 2 || target > UINT32_MAX) return;
