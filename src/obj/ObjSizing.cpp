@@ -2,25 +2,13 @@
 
 #include "platform/FileOffset.h"
 #include "platform/SystemMemory.h"
+#include "scan/ScanSizing.h"
 
 namespace KelpObj {
 
 namespace {
 // Elements seen before a density is trusted; until then the arrays grow as usual.
 constexpr std::size_t kSample = 4096;
-
-// What a list of `count` elements, `seen` of them in the last `seenBytes`
-// bytes, holds at the end of the `remaining` bytes still to come at that
-// density, plus a quarter; never more than one element per `leastBytes`
-// bytes of the rest, so that a dense first stretch cannot reserve out of
-// proportion to the file.
-std::size_t expectedCount(std::size_t count, std::size_t seen, std::uint64_t seenBytes, std::uint64_t remaining,
-                          double leastBytes) {
-    const double perByte = static_cast<double>(seen) / static_cast<double>(seenBytes);
-    const double expected = static_cast<double>(count) + static_cast<double>(remaining) * perByte * 1.25;
-    const double ceiling = static_cast<double>(count) + static_cast<double>(remaining) / leastBytes;
-    return static_cast<std::size_t>(expected < ceiling ? expected : ceiling);
-}
 
 template <typename Vector>
 void reserveFor(Vector& v, std::size_t count) {
@@ -57,7 +45,7 @@ void ObjFaceSizing::plan(std::size_t adding, std::uint64_t offset, KelpCore::Kel
     const std::size_t seen = count - faces_.count;
     if (seen < kSample || offset <= faces_.offset || offset >= fileSize_) return;
     // At twelve bytes a face for the ceiling.
-    const std::size_t target = expectedCount(count, seen, offset - faces_.offset, fileSize_ - offset, 12.0) + adding;
+    const std::size_t target = KelpScan::expectedCount(count, seen, offset - faces_.offset, fileSize_ - offset, 12.0) + adding;
     // Not worth it where the usual growth by half reaches as far.
     if (target <= mesh.faces.capacity() + mesh.faces.capacity() / 2) return;
     reserveFor(mesh.faces, target);
@@ -75,7 +63,7 @@ std::size_t ObjFaceSizing::listCapacity(List list, std::size_t count, std::uint6
     const std::size_t seen = count - start.count;
     if (seen < kSample || offset <= start.offset || offset >= fileSize_) return 0;
     // At eight bytes a statement for the ceiling ("v 0 0 0" and its line feed).
-    const std::size_t target = expectedCount(count, seen, offset - start.offset, fileSize_ - offset, 8.0) + 1;
+    const std::size_t target = KelpScan::expectedCount(count, seen, offset - start.offset, fileSize_ - offset, 8.0) + 1;
     if (target <= count + count / 2) return 0;
     return target;
 }

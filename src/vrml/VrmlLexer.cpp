@@ -5,6 +5,7 @@
 #include "vrml/VrmlWindow.h"
 #include "vrml/VrmlReport.h"
 
+#include "platform/FileOffset.h"
 #include "scan/ScanLocale.h"
 #include "scan/ScanNumber.h"
 
@@ -91,12 +92,15 @@ bool VrmlReader::open(const char* path) {
     *current_ = VrmlToken{};
     *lookAhead_ = VrmlToken{};
     path_ = path;
+    fileSize_ = 0;
     file_ = KelpIo::openFile(path, "r");
     if (!file_) {
         errorBuffer_ = formatText("cannot open vrml file %s", path);
         errorText_ = errorBuffer_.c_str();
         return false;
     }
+    const KelpPlatform::FileStatus status = KelpPlatform::statusOf(file_.get());
+    if (status.regular && status.size > 0) fileSize_ = static_cast<std::uint64_t>(status.size);
     source_ = std::make_unique<KelpScan::ScanSource>(file_.get());
     int code;
     do code = readRawToken(*lookAhead_);

@@ -161,6 +161,15 @@ private:
     // look-ahead in place, at anything else.
     void takeIndexRunInWindow(std::vector<std::int32_t>& ints);
     void takeVectorRunInWindow(std::vector<float>& floats);
+    // A point or index list of a regular file, sized once ahead from the
+    // bytes its first values took (see scan/ScanSizing.h).
+    struct ListSizing {
+        std::uint64_t start = 0;  // the file offset at the list's "["
+        bool done = false;
+    };
+    ListSizing startListSizing() const;
+    template <typename T>
+    void sizeListAhead(std::vector<T>& values, ListSizing& sizing) const;
 
     int readNumber(VrmlToken& token, int first);
     int convertNumber(VrmlToken& token, int length);
@@ -205,6 +214,7 @@ private:
     int pushBack_ = 0;
     int line_ = 1;
     std::string path_;
+    std::uint64_t fileSize_ = 0;  // 0 where the file gives no size (a pipe)
 
     // Tokens: two slots that trade places as tokens are consumed.
     VrmlToken slots_[2];

@@ -96,8 +96,10 @@ void reserveFor(KelpCore::KelpTriMesh& mesh, const VrmlSceneSize& total) {
     grow(mesh.faceFlags, total.triangles);
 }
 
-void appendOwn(const VrmlNode& node, KelpCore::KelpTriMesh& mesh) {
-    for (const VrmlField& field : node.fields) {
+// Later visits copy from the mesh, so a field's values are not needed once
+// appended: freed there, they do not sit beside the whole mesh.
+void appendOwn(VrmlNode& node, KelpCore::KelpTriMesh& mesh) {
+    for (VrmlField& field : node.fields) {
         const float* xyz = field.floats.data();
         for (std::size_t i = 0, n = pointsOf(node, field); i < n; ++i, xyz += 3)
             mesh.addVertex({xyz[0], xyz[1], xyz[2]});
@@ -105,6 +107,8 @@ void appendOwn(const VrmlNode& node, KelpCore::KelpTriMesh& mesh) {
         for (std::size_t i = 0, n = trianglesOf(node, field); i < n; ++i, abc += 3)
             mesh.addFace(static_cast<std::uint32_t>(abc[0]), static_cast<std::uint32_t>(abc[1]),
                          static_cast<std::uint32_t>(abc[2]));
+        if (pointsOf(node, field) != 0) std::vector<float>().swap(field.floats);
+        if (trianglesOf(node, field) != 0) std::vector<std::int32_t>().swap(field.ints);
     }
 }
 
@@ -124,14 +128,14 @@ void appendCopy(const NodeExpansion& first, KelpCore::KelpTriMesh& mesh) {
 
 VrmlSceneSize expandedSize(const VrmlNode* top) { return top ? measure(top).at(top).size : VrmlSceneSize{}; }
 
-void appendSceneToMesh(const VrmlNode* top, KelpCore::KelpTriMesh& mesh) {
+void appendSceneToMesh(VrmlNode* top, KelpCore::KelpTriMesh& mesh) {
     if (!top) return;
     ExpansionTable table = measure(top);
     reserveFor(mesh, table.at(top).size);
 
-    std::vector<const VrmlNode*> pending{top};
+    std::vector<VrmlNode*> pending{top};
     while (!pending.empty()) {
-        const VrmlNode* node = pending.back();
+        VrmlNode* node = pending.back();
         pending.pop_back();
         NodeExpansion& expansion = table.at(node);
         if (expansion.size.points == 0 && expansion.size.triangles == 0) continue;

@@ -26,9 +26,11 @@ VrmlSceneSize expandedSize(const VrmlNode* top);
 // is reached again (through USE) appends its points and triangles again.
 //
 // The totals are known before anything is appended, so the arrays grow once.
+// The values of the fields appended are freed on the way.
+//
 // When they cannot be held (more than 2^32 - 1 vertices or faces in the mesh,
 // or more bytes than the machine has memory) this throws std::bad_alloc
 // before touching the mesh: for the reader that is memory running out.
-void appendSceneToMesh(const VrmlNode* top, KelpCore::KelpTriMesh& mesh);
+void appendSceneToMesh(VrmlNode* top, KelpCore::KelpTriMesh& mesh);
 
 }  // namespace KelpVrml

@@ -4,10 +4,17 @@
 #include "vrml/VrmlNodeLayout.h"
 #include "vrml/VrmlReader.h"
 #include "report/Recorder.h"
+#include "scan/ScanSizing.h"
+#include "scan/ScanSource.h"
+
+#include <new>
 
 namespace KelpVrml {
 
 namespace {
+
+// Values seen before their density is trusted; until then a list grows as usual.
+constexpr std::size_t kSizingSample = 4096;
 
 bool isWord(int code) {
     return code >= kFirstKeyword && code != kTokenNumber && code != kTokenComment && code != kTokenString;
@@ -56,12 +63,41 @@ bool VrmlReader::readListItems(ReadItem readItem) {
     return true;
 }
 
+VrmlReader::ListSizing VrmlReader::startListSizing() const {
+    ListSizing sizing;
+    sizing.done = fileSize_ == 0 || !source_;
+    if (!sizing.done) sizing.start = source_->offset();
+    return sizing;
+}
+
+// Once, when the list has shown its density: the rest of the file at that
+// density, never more than a value per two bytes ("0 " or "0,"), so a small
+// file reserves little whatever its first values look like. Beyond the
+// reserve the list grows as usual.
+template <typename T>
+void VrmlReader::sizeListAhead(std::vector<T>& values, ListSizing& sizing) const {
+    if (sizing.done || values.size() < kSizingSample) return;
+    sizing.done = true;
+    const std::uint64_t offset = source_->offset();
+    if (offset <= sizing.start || offset >= fileSize_) return;
+    const std::size_t target = KelpScan::expectedCount(values.size(), values.size(), offset - sizing.start,
+                                                       fileSize_ - offset, 2.0);
+    if (target <= values.capacity() + values.capacity() / 2) return;
+    try {
+        values.reserve(target);
+    } catch (const std::bad_alloc&) {
+        // More address space than the system grants: the list grows as usual.
+    }
+}
+
 bool VrmlReader::readVectorList(VrmlField& field) {
     if (lookAhead().code != '[') {
         if (!readNumbers(3, field.floats)) return false;
     } else {
         nextToken();
+        ListSizing sizing = startListSizing();
         for (;;) {
+            sizeListAhead(field.floats, sizing);
             if (lookAhead().code == kTokenNumber) takeVectorRunInWindow(field.floats);
             if (lookAhead().code == ']') break;
             if (!readPlainNumbers(3, field.floats)) return false;
@@ -84,7 +120,9 @@ bool VrmlReader::readIntegerList(VrmlField& field) {
         return true;
     }
     nextToken();
+    ListSizing sizing = startListSizing();
     for (;;) {
+        sizeListAhead(field.ints, sizing);
         if (lookAhead().code == kTokenNumber || lookAhead().code == ',') takeIndexRunInWindow(field.ints);
         const int code = nextToken();
         if (code == ']') break;

@@ -34,7 +34,7 @@ void readScene(const char* path, KelpCore::KelpTriMesh& mesh) {
         VrmlReader& reader = vrmlReader();
         reader.clearEndOfInput();
         reader.open(path);
-        const VrmlNode* top = reader.parseNode(0);
+        VrmlNode* top = reader.parseNode(0);
         if (!top) KelpRecord::note(KelpRecord::Code::WrlParse, reader.errorText());
         else if (reader.lookAhead().code != kTokenEnd) noteFirstNodeOnly(reader.line());
         appendSceneToMesh(top, mesh);
