@@ -7,8 +7,6 @@
 namespace KelpObj {
 
 namespace {
-// Elements seen before a density is trusted; until then the arrays grow as usual.
-constexpr std::size_t kSample = 4096;
 
 template <typename Vector>
 void reserveFor(Vector& v, std::size_t count) {
@@ -43,7 +41,7 @@ void ObjFaceSizing::plan(std::size_t adding, std::uint64_t offset, KelpCore::Kel
     }
     if (count + adding <= mesh.faces.capacity()) return;
     const std::size_t seen = count - faces_.count;
-    if (seen < kSample || offset <= faces_.offset || offset >= fileSize_) return;
+    if (seen < KelpScan::kSizingSample || offset <= faces_.offset || offset >= fileSize_) return;
     // At twelve bytes a face for the ceiling.
     const std::size_t target = KelpScan::expectedCount(count, seen, offset - faces_.offset, fileSize_ - offset, 12.0) + adding;
     // Not worth it where the usual growth by half reaches as far.
@@ -61,7 +59,7 @@ std::size_t ObjFaceSizing::listCapacity(List list, std::size_t count, std::uint6
         return 0;
     }
     const std::size_t seen = count - start.count;
-    if (seen < kSample || offset <= start.offset || offset >= fileSize_) return 0;
+    if (seen < KelpScan::kSizingSample || offset <= start.offset || offset >= fileSize_) return 0;
     // At eight bytes a statement for the ceiling ("v 0 0 0" and its line feed).
     const std::size_t target = KelpScan::expectedCount(count, seen, offset - start.offset, fileSize_ - offset, 8.0) + 1;
     if (target <= count + count / 2) return 0;

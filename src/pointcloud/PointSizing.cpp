@@ -15,8 +15,8 @@ void PointSizing::plan(std::uint64_t offset, KelpCore::KelpPointSet& cloud) cons
     // Never more points than the rest holds at eight bytes a point (an ASC
     // "0 0 0 \n" and a little, or a DXF "POINT\n0\n"). Beyond the reserve
     // the arrays grow as usual.
-    const std::uint64_t target =
-        KelpScan::expectedCount(cloud.vertices.size(), kSample, offset - start_, fileSize_ - offset, 8.0);
+    const std::uint64_t target = KelpScan::expectedCount(cloud.vertices.size(), KelpScan::kSizingSample,
+                                                         offset - start_, fileSize_ - offset, 8.0);
     if (target <= cloud.vertices.capacity() + cloud.vertices.capacity() / 2 || target > UINT32_MAX) return;
     cloud.vertices.reserve(static_cast<std::size_t>(target));
     cloud.vertexFlags.reserve(static_cast<std::size_t>(target));

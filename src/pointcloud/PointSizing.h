@@ -10,6 +10,8 @@
 
 #include <KelpPointSet.h>
 
+#include "scan/ScanSizing.h"
+
 #include <cstdint>
 #include <cstdio>
 
@@ -24,13 +26,10 @@ public:
 
     // After each point, `offset` bytes of the file consumed so far.
     void afterPoint(std::uint64_t offset, KelpCore::KelpPointSet& cloud) {
-        if (++points_ == kSample) plan(offset, cloud);
+        if (++points_ == KelpScan::kSizingSample) plan(offset, cloud);
     }
 
 private:
-    // Points seen before their length is trusted.
-    static constexpr std::uint64_t kSample = 4096;
-
     void plan(std::uint64_t offset, KelpCore::KelpPointSet& cloud) const;
 
     std::uint64_t fileSize_ = 0;

@@ -11,6 +11,10 @@
 
 namespace KelpScan {
 
+// Elements seen before their density is trusted; until then an array grows
+// as usual.
+inline constexpr std::size_t kSizingSample = 4096;
+
 // What a list of `count` elements, `seen` of them in the last `seenBytes`
 // bytes, holds at the end of the `remaining` bytes still to come at that
 // density, plus a quarter; never more than one element per `leastBytes`

@@ -13,8 +13,6 @@ namespace KelpVrml {
 
 namespace {
 
-// Values seen before their density is trusted; until then a list grows as usual.
-constexpr std::size_t kSizingSample = 4096;
 
 bool isWord(int code) {
     return code >= kFirstKeyword && code != kTokenNumber && code != kTokenComment && code != kTokenString;
@@ -76,7 +74,7 @@ VrmlReader::ListSizing VrmlReader::startListSizing() const {
 // reserve the list grows as usual.
 template <typename T>
 void VrmlReader::sizeListAhead(std::vector<T>& values, ListSizing& sizing) const {
-    if (sizing.done || values.size() < kSizingSample) return;
+    if (sizing.done || values.size() < KelpScan::kSizingSample) return;
     sizing.done = true;
     const std::uint64_t offset = source_->offset();
     if (offset <= sizing.start || offset >= fileSize_) return;
